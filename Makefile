@@ -1,0 +1,36 @@
+# Two commands for a newcomer: `make demo` and `make check`. Both install what is missing first.
+SHELL := /bin/bash
+TOP := $(abspath .)
+# The shared test-bed tools live beside the checkout.
+export TARN_SHARED ?= $(abspath $(TOP)/../shared)
+JOBS ?= $(shell nproc)
+
+.PHONY: all setup build build-windows build-native build-asan demo check clean
+
+all: build
+
+setup:
+	@scripts/setup.sh
+
+build: build-windows build-native build-asan
+
+build-windows: setup
+	@cmake -S . -B build/windows -G Ninja -DCMAKE_TOOLCHAIN_FILE=$(TOP)/cmake/mingw-w64-x86_64.cmake >/dev/null
+	@ninja -C build/windows -j $(JOBS) | grep -v '^\[' || true; test $${PIPESTATUS[0]} -eq 0
+
+build-native: setup
+	@cmake -S . -B build/native -G Ninja >/dev/null
+	@ninja -C build/native -j $(JOBS) | grep -v '^\[' || true; test $${PIPESTATUS[0]} -eq 0
+
+build-asan: setup
+	@cmake -S . -B build/asan -G Ninja -DTARN_SANITIZE=address,undefined >/dev/null
+	@ninja -C build/asan -j $(JOBS) | grep -v '^\[' || true; test $${PIPESTATUS[0]} -eq 0
+
+demo: build-windows
+	@scripts/demo.sh
+
+check: build
+	@scripts/check.sh
+
+clean:
+	rm -rf build/windows build/native build/asan build/wineprefix

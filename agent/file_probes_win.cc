@@ -1,0 +1,63 @@
+#include <windows.h>
+
+#include <cstdio>
+#include <memory>
+#include <new>
+
+#include "agent/probes.h"
+#include "app/log.h"
+
+namespace tarn {
+
+uint32_t FileExists(const std::wstring& path, Logger* log) {
+  WriteLog(log, L"Check for file existence: " + path);
+  const DWORD attributes = GetFileAttributesW(path.c_str());
+  if (attributes != INVALID_FILE_ATTRIBUTES && (attributes & FILE_ATTRIBUTE_DIRECTORY) == 0) {
+    WriteLog(log, L"File found successfully");
+    return 0;
+  }
+  WriteLog(log, L"File not found or file is a directory");
+  return ERROR_FILE_NOT_FOUND;
+}
+
+uint32_t GetFileVersionString(const std::wstring& path, std::string& versionText, Logger* log) {
+  WriteLog(log, L"Get file version info size");
+  DWORD handle = 0;
+  const DWORD size = GetFileVersionInfoSizeW(path.c_str(), &handle);
+  if (size == 0) {
+    const DWORD error = GetLastError();
+    WriteLog(log, L"Failed to retrieve file version info size. Error code: " +
+                      std::to_wstring(error));
+    return error;
+  }
+  std::unique_ptr<BYTE[]> buffer(new (std::nothrow) BYTE[size]);
+  if (!buffer) {
+    WriteLog(log, L"Cannot create buffer. Not enough memory");
+    return ERROR_NOT_ENOUGH_MEMORY;
+  }
+  WriteLog(log, L"Retrieve file info");
+  if (!GetFileVersionInfoW(path.c_str(), 0, size, buffer.get())) {
+    const DWORD error = GetLastError();
+    WriteLog(log, L"Failed to retrieve file info. Error code: " + std::to_wstring(error));
+    return error;
+  }
+  WriteLog(log, L"Transfer data of file info from buffer to object");
+  VS_FIXEDFILEINFO* info = nullptr;
+  UINT infoLength = 0;
+  if (!VerQueryValueW(buffer.get(), L"\\", reinterpret_cast<void**>(&info), &infoLength) ||
+      info == nullptr) {
+    const DWORD error = GetLastError();
+    WriteLog(log, L"Failed to transfer data of file info. Error code: " + std::to_wstring(error));
+    return error;
+  }
+  char text[64];
+  std::snprintf(text, sizeof text, "%u.%u.%u.%u", HIWORD(info->dwProductVersionMS),
+                LOWORD(info->dwProductVersionMS), HIWORD(info->dwProductVersionLS),
+                LOWORD(info->dwProductVersionLS));
+  versionText = text;
+  WriteLog(log, L"RMM Tools version retrieved successfully. Version is: " +
+                    std::wstring(versionText.begin(), versionText.end()));
+  return 0;
+}
+
+}  // namespace tarn

@@ -1,0 +1,22 @@
+// Probes of files and the operating system. Each logs its steps and reports failure as a Win32
+// error code; none throws.
+#pragma once
+
+#include <cstdint>
+#include <string>
+
+namespace tarn {
+
+class Logger;
+
+// 0 when `path` names an existing file that is not a directory, else 2.
+uint32_t FileExists(const std::wstring& path, Logger* log);
+
+// 1 when the operating system is older than Windows 7, else 0.
+uint32_t IsLegacyWindows(Logger* log);
+
+// Reads the product version of `path`'s version resource as "a.b.c.d" into `versionText`.
+/// Returns a Win32 code; `versionText` is untouched on failure.
+uint32_t GetFileVersionString(const std::wstring& path, std::string& versionText, Logger* log);
+
+}  // namespace tarn

@@ -1,0 +1,36 @@
+// The diagnostic log: "log.txt" beside the program, appended, one time-stamped line per step.
+// Off unless "configfile.txt" switches it on; every log call with a null logger does nothing.
+#pragma once
+
+#include <ctime>
+#include <fstream>
+#include <mutex>
+#include <string>
+
+namespace tarn {
+
+class Logger {
+ public:
+  // Opens `path` for appending. A file that cannot be opened leaves the logger without a file:
+  // its lines are then dropped and the command goes on.
+  explicit Logger(const std::wstring& path);
+
+  bool is_open() const { return file_.is_open(); }
+  void Write(const std::wstring& message);
+
+ private:
+  std::ofstream file_;
+  std::mutex mutex_;  // callbacks of the agent's threads may log too
+};
+
+// Creates the process's single logger on the first call (directory + "log.txt"); later calls
+// return the same logger whatever directory they name.
+Logger* CreateLogger(const std::wstring& programDirectory);
+
+// Writes one line: UTC time stamp, a blank, the message. Nothing when `log` is null.
+void WriteLog(Logger* log, std::wstring message);
+
+// The text of one log line without its line end; `utc` null means the time was not available.
+std::wstring FormatLogLine(const std::tm* utc, const std::wstring& message);
+
+}  // namespace tarn

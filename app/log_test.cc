@@ -1,0 +1,61 @@
+#include "app/log.h"
+
+#include <gtest/gtest.h>
+
+#include <filesystem>
+#include <fstream>
+#include <regex>
+#include <sstream>
+
+namespace tarn {
+namespace {
+
+TEST(LogTest, LineIsUtcStampBlankMessage) {
+  std::tm t{};
+  t.tm_year = 2026 - 1900;
+  t.tm_mon = 10;
+  t.tm_mday = 3;
+  t.tm_hour = 7;
+  t.tm_min = 5;
+  t.tm_sec = 9;
+  EXPECT_EQ(FormatLogLine(&t, L"Get product version"), L"2026-11-03 07:05:09 Get product version");
+  EXPECT_EQ(FormatLogLine(nullptr, L"Open service"), L"Cannot retrieve time! Open service");
+}
+
+TEST(LogTest, NullLoggerIsSilentAndLinesAppendAcrossLoggers) {
+  WriteLog(nullptr, L"nothing happens");
+
+  const auto dir = std::filesystem::temp_directory_path() / "tarn-log-test";
+  std::filesystem::remove_all(dir);
+  std::filesystem::create_directories(dir);
+  const std::wstring path = (dir / "log.txt").wstring();
+  {
+    Logger first(path);
+    first.Write(L"first run");
+  }
+  {
+    Logger second(path);
+    second.Write(L"second run \u20ac");  // no single byte for the euro sign
+    second.Write(L"still logging");
+  }
+  std::stringstream text;
+  text << std::ifstream(dir / "log.txt").rdbuf();
+  const std::regex expected(
+      "\\d{4}-\\d\\d-\\d\\d \\d\\d:\\d\\d:\\d\\d first run\n"
+      "\\d{4}-\\d\\d-\\d\\d \\d\\d:\\d\\d:\\d\\d second run \\?\n"
+      "\\d{4}-\\d\\d-\\d\\d \\d\\d:\\d\\d:\\d\\d still logging\n");
+  EXPECT_TRUE(std::regex_match(text.str(), expected)) << text.str();
+  std::filesystem::remove_all(dir);
+}
+
+TEST(LogTest, UnopenableFileDropsLinesQuietly) {
+  const auto dir = std::filesystem::temp_directory_path() / "tarn-log-dir-test";
+  std::filesystem::create_directories(dir / "log.txt");  // a directory where the file should be
+  Logger logger((dir / "log.txt").wstring());
+  EXPECT_FALSE(logger.is_open());
+  logger.Write(L"dropped");
+  std::filesystem::remove_all(dir);
+}
+
+}  // namespace
+}  // namespace tarn

@@ -1,0 +1,29 @@
+#!/usr/bin/env bash
+# Runs every test: native unit tests, the same under ASan+UBSan, and the Windows unit and
+# end-to-end tests under Wine. Ends with one "N passed, M failed" line.
+set -uo pipefail
+. "$(dirname "${BASH_SOURCE[0]}")/testbed.sh"
+
+testbed_up || exit 1
+trap testbed_down EXIT
+
+passed=0 failed=0 status=0
+for tree in native asan windows; do
+  echo "== $tree tests"
+  log=$top/build/$tree/ctest.log
+  (cd "$top/build/$tree" && ctest --output-on-failure -j "${JOBS:-$(nproc)}" --timeout 600) \
+    >"$log" 2>&1
+  rc=$?
+  grep -E '^[0-9]+% tests passed|Failed|\*\*\*|Not Run' "$log" | tail -n 40
+  summary=$(grep -E '^[0-9]+% tests passed' "$log" | tail -n 1)
+  if [[ $summary =~ ([0-9]+)\ tests\ failed\ out\ of\ ([0-9]+) ]]; then
+    failed=$((failed + BASH_REMATCH[1]))
+    passed=$((passed + BASH_REMATCH[2] - BASH_REMATCH[1]))
+  fi
+  if [ $rc -ne 0 ]; then
+    status=1
+    [ -n "$summary" ] || { tail -n 30 "$log"; failed=$((failed + 1)); }
+  fi
+done
+echo "$passed passed, $failed failed"
+exit $status

@@ -1,0 +1,138 @@
+#include "tests/e2e/tool_runner.h"
+
+#include <windows.h>
+
+#include <gtest/gtest.h>
+
+#include <atomic>
+#include <fstream>
+#include <regex>
+#include <sstream>
+
+#include "base/win_handles.h"
+
+namespace tarn::e2e {
+namespace {
+
+// Quotes one argument so that the child's command-line parser gives it back unchanged.
+std::wstring QuoteArgument(const std::wstring& arg) {
+  if (!arg.empty() && arg.find_first_of(L" \t\"") == std::wstring::npos) return arg;
+  std::wstring out = L"\"";
+  size_t backslashes = 0;
+  for (wchar_t c : arg) {
+    if (c == L'\\') {
+      ++backslashes;
+      continue;
+    }
+    out.append(c == L'"' ? backslashes * 2 + 1 : backslashes, L'\\');
+    backslashes = 0;
+    out += c;
+  }
+  out.append(backslashes * 2, L'\\');
+  return out + L"\"";
+}
+
+constexpr DWORD kRunLimitMs = 120000;  // no single tool run in the suite takes this long
+
+}  // namespace
+
+std::filesystem::path BuildDirectory() {
+  wchar_t path[MAX_PATH];
+  GetModuleFileNameW(nullptr, path, MAX_PATH);
+  return std::filesystem::path(path).parent_path();
+}
+
+Sandbox::Sandbox() {
+  static std::atomic<int> counter{0};
+  wchar_t temp[MAX_PATH];
+  GetTempPathW(MAX_PATH, temp);
+  dir_ = std::filesystem::path(temp) / ("tarn-e2e-" + std::to_string(GetCurrentProcessId()) +
+                                        "-" + std::to_string(counter++));
+  std::filesystem::remove_all(dir_);
+  std::filesystem::create_directories(dir_);
+  std::filesystem::copy_file(BuildDirectory() / "tarn-rmm.exe", exe());
+}
+
+Sandbox::~Sandbox() {
+  std::error_code ignored;
+  std::filesystem::remove_all(dir_, ignored);
+}
+
+ToolRun Sandbox::Run(const std::vector<std::wstring>& args, const std::wstring& programArg,
+                     const std::filesystem::path& workingDir) const {
+  ToolRun run;
+  SECURITY_ATTRIBUTES inherit{sizeof inherit, nullptr, TRUE};
+  UniqueKernelHandle readEnd, writeEnd;
+  if (!CreatePipe(readEnd.put(), writeEnd.put(), &inherit, 0)) {
+    ADD_FAILURE() << "CreatePipe failed: " << GetLastError();
+    return run;
+  }
+  SetHandleInformation(readEnd.get(), HANDLE_FLAG_INHERIT, 0);
+  UniqueFileHandle nul(CreateFileW(L"NUL", GENERIC_READ | GENERIC_WRITE,
+                                   FILE_SHARE_READ | FILE_SHARE_WRITE, &inherit, OPEN_EXISTING, 0,
+                                   nullptr));
+
+  std::wstring commandLine = QuoteArgument(programArg.empty() ? exe().wstring() : programArg);
+  for (const auto& arg : args) commandLine += L" " + QuoteArgument(arg);
+
+  STARTUPINFOW startup{};
+  startup.cb = sizeof startup;
+  startup.dwFlags = STARTF_USESTDHANDLES;
+  startup.hStdInput = nul.get();
+  startup.hStdOutput = writeEnd.get();
+  startup.hStdError = nul.get();
+  PROCESS_INFORMATION process{};
+  const std::wstring cwd = (workingDir.empty() ? dir_ : workingDir).wstring();
+  if (!CreateProcessW(exe().wstring().c_str(), commandLine.data(), nullptr, nullptr, TRUE, 0,
+                      nullptr, cwd.c_str(), &startup, &process)) {
+    ADD_FAILURE() << "CreateProcessW failed: " << GetLastError();
+    return run;
+  }
+  UniqueKernelHandle processHandle(process.hProcess), threadHandle(process.hThread);
+  writeEnd.reset();  // the child holds the only write end now: EOF comes when it ends
+
+  char buffer[4096];
+  DWORD got = 0;
+  while (::ReadFile(readEnd.get(), buffer, sizeof buffer, &got, nullptr) && got > 0) {
+    run.out.append(buffer, got);
+  }
+  if (WaitForSingleObject(processHandle.get(), kRunLimitMs) != WAIT_OBJECT_0) {
+    TerminateProcess(processHandle.get(), 0xDEAD);
+    ADD_FAILURE() << "the tool did not end within " << kRunLimitMs << " ms";
+  }
+  DWORD code = 0;
+  GetExitCodeProcess(processHandle.get(), &code);
+  run.exitCode = code;
+  return run;
+}
+
+void Sandbox::WriteFile(const std::string& name, const std::string& bytes) const {
+  std::ofstream(dir_ / name, std::ios::binary) << bytes;
+}
+
+bool Sandbox::Exists(const std::string& name) const { return std::filesystem::exists(dir_ / name); }
+
+std::string Sandbox::ReadFile(const std::string& name) const {
+  std::ifstream in(dir_ / name, std::ios::binary);
+  std::stringstream text;
+  text << in.rdbuf();
+  return text.str();
+}
+
+std::vector<std::string> Sandbox::LogMessages() const {
+  static const std::regex kLine(R"((\d{4}-\d\d-\d\d \d\d:\d\d:\d\d) (.*)\r)");
+  std::vector<std::string> messages;
+  std::istringstream text(ReadFile("log.txt"));
+  std::string line;
+  std::smatch match;
+  while (std::getline(text, line)) {
+    if (std::regex_match(line, match, kLine)) {
+      messages.push_back(match[2]);
+    } else {
+      ADD_FAILURE() << "malformed log line: " << line;
+    }
+  }
+  return messages;
+}
+
+}  // namespace tarn::e2e

@@ -1,0 +1,49 @@
+// Runs the real tarn-rmm.exe as a child process from a private folder, as an RMM platform does,
+// and reads back its full 32-bit exit code, its exact standard output and its log.
+#pragma once
+
+#include <cstdint>
+#include <filesystem>
+#include <string>
+#include <vector>
+
+namespace tarn::e2e {
+
+struct ToolRun {
+  uint32_t exitCode = 0;
+  std::string out;  // standard output, byte for byte
+};
+
+// A fresh folder holding a copy of the tool; removed again at the end of the test.
+class Sandbox {
+ public:
+  Sandbox();
+  ~Sandbox();
+  Sandbox(const Sandbox&) = delete;
+  Sandbox& operator=(const Sandbox&) = delete;
+
+  const std::filesystem::path& dir() const { return dir_; }
+  std::filesystem::path exe() const { return dir_ / "tarn-rmm.exe"; }
+
+  // Runs the tool with `args` after the program path. argv[0] is the tool's full path unless
+  // `programArg` is given; the child starts in `workingDir` (the sandbox by default).
+  ToolRun Run(const std::vector<std::wstring>& args, const std::wstring& programArg = L"",
+              const std::filesystem::path& workingDir = {}) const;
+
+  void WriteFile(const std::string& name, const std::string& bytes) const;
+  bool Exists(const std::string& name) const;
+  std::string ReadFile(const std::string& name) const;
+  // The messages of log.txt, in order, with their time stamps checked and cut off.
+  std::vector<std::string> LogMessages() const;
+
+  // A configuration file that switches logging on.
+  void EnableLogging() const { WriteFile("configfile.txt", "Logging=true\r\n"); }
+
+ private:
+  std::filesystem::path dir_;
+};
+
+// Folder of the test program itself, where the build puts the tool.
+std::filesystem::path BuildDirectory();
+
+}  // namespace tarn::e2e
