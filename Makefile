@@ -5,14 +5,14 @@ TOP := $(abspath .)
 export TARN_SHARED ?= $(abspath $(TOP)/../shared)
 JOBS ?= $(shell nproc)
 
-.PHONY: all setup build build-windows build-native build-asan demo check clean
+.PHONY: all setup build build-windows build-native build-asan build-tsan demo check clean
 
 all: build
 
 setup:
 	@scripts/setup.sh
 
-build: build-windows build-native build-asan
+build: build-windows build-native build-asan build-tsan
 
 build-windows: setup
 	@cmake -S . -B build/windows -G Ninja -DCMAKE_TOOLCHAIN_FILE=$(TOP)/cmake/mingw-w64-x86_64.cmake >/dev/null
@@ -26,6 +26,10 @@ build-asan: setup
 	@cmake -S . -B build/asan -G Ninja -DTARN_SANITIZE=address,undefined >/dev/null
 	@ninja -C build/asan -j $(JOBS) | grep -v '^\[' || true; test $${PIPESTATUS[0]} -eq 0
 
+build-tsan: setup
+	@cmake -S . -B build/tsan -G Ninja -DTARN_SANITIZE=thread >/dev/null
+	@ninja -C build/tsan -j $(JOBS) | grep -v '^\[' || true; test $${PIPESTATUS[0]} -eq 0
+
 demo: build-windows
 	@scripts/demo.sh
 
@@ -33,4 +37,4 @@ check: build
 	@scripts/check.sh
 
 clean:
-	rm -rf build/windows build/native build/asan build/wineprefix
+	rm -rf build/windows build/native build/asan build/tsan build/wineprefix

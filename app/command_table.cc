@@ -5,9 +5,19 @@
 namespace tarn {
 
 const CommandEntry kCommands[] = {
+    {L"-checkifrebootrequired", HandleCheckIfRebootRequired,
+     "tells whether the machine must restart"},
     {L"-checkiflegacyversion", HandleCheckIfLegacyVersion,
      "tells whether the operating system is older than Windows 7"},
     {L"-checkis64bitos", HandleCheckIs64BitOs, "tells whether the operating system is 64-bit"},
+    {L"-checkforupdateerrors", HandleCheckForUpdateErrors, "reports update errors"},
+    {L"-getupdatestatus", HandleGetUpdateStatus, "reports one update location's status"},
+    {L"-hascriticalissues", HandleHasCriticalIssues, "reports critical issues"},
+    {L"-isuptodate", HandleIsUpToDate, "tells whether the agent is up to date"},
+    {L"-getupdatelocations", HandleGetUpdateLocations, "reports the update locations"},
+    {L"-getproductversion", HandleGetProductVersion, "reports the agent's version"},
+    {L"-getlastupdate", HandleGetLastUpdate, "reports the time of the last update"},
+    {L"-getfeaturestatus", HandleGetFeatureStatus, "reports the state of the agent's features"},
     {L"-getversion", HandleGetVersion, "reports this tool's own version"},
 };
 const size_t kCommandCount = sizeof(kCommands) / sizeof(kCommands[0]);

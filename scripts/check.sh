@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
-# Runs every test: native unit tests, the same under ASan+UBSan, and the Windows unit and
-# end-to-end tests under Wine. Ends with one "N passed, M failed" line.
+# Runs every test: native unit tests, the same under ASan+UBSan and under TSan, and the Windows
+# unit and end-to-end tests under Wine. Ends with one "N passed, M failed" line.
 set -uo pipefail
 . "$(dirname "${BASH_SOURCE[0]}")/testbed.sh"
 
@@ -8,7 +8,7 @@ testbed_up || exit 1
 trap testbed_down EXIT
 
 passed=0 failed=0 status=0
-for tree in native asan windows; do
+for tree in native asan tsan windows; do
   echo "== $tree tests"
   log=$top/build/$tree/ctest.log
   (cd "$top/build/$tree" && ctest --output-on-failure -j "${JOBS:-$(nproc)}" --timeout 600) \

@@ -1,0 +1,149 @@
+#include <windows.h>
+#include <objbase.h>
+
+#include "agent/probes.h"
+#include "agent/sdk_exchange.h"
+#include "agent/sdk_requests.h"
+#include "agent/sdk_session.h"
+#include "app/log.h"
+#include "auth/module_signature.h"
+#include "base/result_codes.h"
+#include "base/win_handles.h"
+
+namespace tarn {
+namespace {
+
+// Resets the DLL search directory when the library is gone.
+struct DllDirectoryReset {
+  ~DllDirectoryReset() { SetDllDirectoryW(nullptr); }
+};
+
+uint32_t CreateRequestId(std::string& requestId) {
+  GUID guid;
+  if (FAILED(CoCreateGuid(&guid))) return GetLastError();
+  requestId = FormatRequestId(guid.Data1, guid.Data2, guid.Data3, guid.Data4);
+  return 0;
+}
+
+// Keeps the module file open without write or delete sharing from the signature check until it
+// is loaded, so that nothing can replace it in between. If it cannot be held the check and the
+// load still run and give their own answers.
+UniqueFileHandle HoldModuleFile(const std::wstring& path) {
+  return UniqueFileHandle(CreateFileW(path.c_str(), GENERIC_READ, FILE_SHARE_READ, nullptr,
+                                      OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL, nullptr));
+}
+
+// Steps from the load to the unload; the caller logs the session's end after everything is
+// released. `completed` tells whether the exchange ran to its regular end.
+uint32_t LoadAndExchange(const std::wstring& libraryPath, UniqueFileHandle held,
+                         const SdkExchange& exchange, rapidjson::Document& reply,
+                         int32_t& apiError, int64_t& endpointSdkError, bool& completed,
+                         Logger* log) {
+  const std::wstring directory = libraryPath.substr(0, libraryPath.rfind(L'\\'));
+  SetDllDirectoryW(directory.c_str());
+  DllDirectoryReset resetDirectory;  // declared before the module: reset after the unload
+
+  WriteLog(log, L"Loading library from: " + libraryPath);
+  UniqueHmodule library(LoadLibraryW(libraryPath.c_str()));
+  if (!library) {
+    WriteLog(log, L"libHandle is null. Loading library with altered search path");
+    library.reset(LoadLibraryExW(libraryPath.c_str(), nullptr, LOAD_WITH_ALTERED_SEARCH_PATH));
+    if (!library) {
+      const DWORD error = GetLastError();
+      WriteLog(log, L"Failed to load library. Error code : " + std::to_wstring(error));
+      return error;
+    }
+  }
+  held.reset();
+
+  WriteLog(log, L"Set OXSDK get instance");
+  const auto getInstance = reinterpret_cast<SdkGetInstanceFunction>(
+      reinterpret_cast<void*>(GetProcAddress(library.get(), "OXSDK_GetInstance")));
+  if (getInstance == nullptr) {
+    const DWORD error = GetLastError();
+    WriteLog(log, L"Failed to set get instance. Error code : " + std::to_wstring(error));
+    return error;
+  }
+  WriteLog(log, L"OXSDK get instance is set");
+  WriteLog(log, L"Set OXSDK release intance");
+  const auto releaseInstance = reinterpret_cast<SdkReleaseInstanceFunction>(
+      reinterpret_cast<void*>(GetProcAddress(library.get(), "OXSDK_ReleaseInstance")));
+  if (releaseInstance == nullptr) {
+    const DWORD error = GetLastError();
+    WriteLog(log, L"Failed to set release instance. Error code : " + std::to_wstring(error));
+    return error;
+  }
+
+  WriteLog(log, L"Get OXSDK instance");
+  SdkInstance* instance = nullptr;
+  apiError = getInstance(&instance, 0);
+  if (apiError != 0 || instance == nullptr) {
+    WriteLog(log, L"Failed to get OXSDK instance. Error code : " + std::to_wstring(apiError));
+    return kErrorSdkInstance;
+  }
+  WriteLog(log, L"Instance retrieved successfully");
+  auto release = scope_exit([&] { releaseInstance(instance); });  // before the unload
+  return RunSdkExchange(*instance, exchange, reply, apiError, endpointSdkError, completed, log);
+}
+
+}  // namespace
+
+uint32_t ExecuteSdkMethod(rapidjson::Document& reply, int32_t& apiError, int64_t& endpointSdkError,
+                          const std::wstring& methodKey, const std::wstring& explicitRequest,
+                          const std::wstring& commandName, Logger* log) {
+  WriteLog(log, L"Executing OXSDK method: " + methodKey);
+  WriteLog(log, L"Retrieving TARN Service image path");
+  std::wstring imagePath;
+  if (const uint32_t status = GetServiceImagePath(kSecurityServiceKey, imagePath, log);
+      status != 0) {
+    WriteLog(log, L"Failed to retrieve TARN service image path. Error code : " +
+                      std::to_wstring(status));
+    return status;
+  }
+  WriteLog(log, L"TARN Service image path retrieved sucessfully");
+  const std::wstring libraryPath = imagePath.substr(0, imagePath.rfind(L'\\')) + L"\\oxsdk.dll";
+
+  WriteLog(log, L"Validate " + libraryPath + L" binary");
+  UniqueFileHandle held = HoldModuleFile(libraryPath);
+  bool isValid = false;
+  if (const uint32_t status = ValidateModuleSignature(isValid, libraryPath, kMakerSigner, log);
+      status != 0) {
+    WriteLog(log, L"Failed to validate binary. Error code : " + std::to_wstring(status));
+    return status;
+  }
+  if (!isValid) {
+    WriteLog(log, L"Binary is not valid");
+    return kErrorNotValidlySigned;
+  }
+  WriteLog(log, L"Binary is valid");
+
+  const SdkExchange exchange{methodKey, explicitRequest, commandName, CreateRequestId};
+  bool completed = false;
+  const uint32_t result = LoadAndExchange(libraryPath, std::move(held), exchange, reply, apiError,
+                                          endpointSdkError, completed, log);
+  if (completed) WriteLog(log, L"Finished executing OXSDK method");
+  return result;
+}
+
+uint32_t RunSdkMethod(rapidjson::Document& reply, const std::wstring& methodKey,
+                      const std::wstring& explicitRequest, const std::wstring& commandName,
+                      Logger* log) {
+  WriteLog(log, L"Executing OXSDK Wrapper method: " + methodKey);
+  int32_t apiError = 0;
+  int64_t endpointSdkError = 0;
+  const uint32_t result = ExecuteSdkMethod(reply, apiError, endpointSdkError, methodKey,
+                                           explicitRequest, commandName, log);
+  WriteLog(log, L"Return error: " + std::to_wstring(result));
+  if (endpointSdkError != 0) {
+    WriteLog(log, L"Endpoint SDK failed with error code: " + std::to_wstring(endpointSdkError));
+    return static_cast<uint32_t>(endpointSdkError);
+  }
+  if (apiError != 0) {
+    WriteLog(log, L"API failed with error code: " + std::to_wstring(apiError));
+    return static_cast<uint32_t>(apiError);
+  }
+  WriteLog(log, L"OXSDK Method returned with error code: " + std::to_wstring(result));
+  return result;
+}
+
+}  // namespace tarn

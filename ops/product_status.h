@@ -1,0 +1,35 @@
+// The five product status queries: each reads "Product.GetStatus" from the agent and turns a few
+// members of its output into a short answer.
+#pragma once
+
+#include <rapidjson/document.h>
+
+#include <cstdint>
+#include <string>
+
+namespace tarn {
+
+class Logger;
+
+// Operations: 0 with the answer in `payload`, or the SDK session's code with `payload` empty.
+uint32_t GetCriticalIssues(std::string& payload, Logger* log);
+uint32_t GetUpdateLocations(std::string& payload, Logger* log);
+uint32_t GetProductVersion(std::string& payload, Logger* log);
+uint32_t GetLastUpdateTime(std::string& payload, Logger* log);
+uint32_t GetFeatureStatus(std::string& payload, Logger* log);
+
+// The walks over a status output. A missing or mistyped member ends a walk with what it has;
+// they never fail.
+std::string CollectCriticalIssues(const rapidjson::Value& output, Logger* log);
+std::string CollectUpdateLocations(const rapidjson::Value& output, Logger* log);
+std::string FindProductVersion(const rapidjson::Value& output, Logger* log);
+std::string FindLastUpdateTime(const rapidjson::Value& output, Logger* log);
+std::string CollectFeatureStatus(const rapidjson::Value& output, Logger* log);
+
+// Appends `entry` to a "|"-joined list.
+void AppendEntry(std::string& list, const std::string& entry, const char* separator = "|");
+
+// ASCII letter case ignored, as the agent's fixed words are compared.
+bool EqualsAsciiIgnoreCase(const char* a, size_t aLength, const char* b);
+
+}  // namespace tarn
