@@ -1,0 +1,48 @@
+#!/usr/bin/env bash
+# sign-variants.sh WINEBED PKIDIR OUTROOT FILE...: writes every FILE (a DLL or EXE) in each signed
+# variant to OUTROOT/<variant>/<file name>, using the test PKI in PKIDIR (make-pki.sh) and the
+# test bed's signing command WINEBED (winebed.sh). The variants:
+#   timestamped       "Arvantis SRL", RFC 3161 time stamp
+#   legacy-timestamp  "Arvantis SRL", legacy Authenticode time stamp
+#   untimestamped     "Arvantis SRL", no time stamp
+#   foreign           another signer's name, RFC 3161 time stamp
+#   capitals          "ARVANTIS SRL", RFC 3161 time stamp
+#   untrusted         "Arvantis SRL" under a root the test prefix does not trust, RFC 3161
+#   tampered          the timestamped file with one byte changed after signing
+#   unsigned          the file as built
+set -euo pipefail
+[ $# -ge 4 ] || { echo "usage: sign-variants.sh WINEBED PKIDIR OUTROOT FILE..." >&2; exit 2; }
+winebed=$1 pki=$2 outroot=$3
+shift 3
+
+# The time-stamping server that winebed starts on first use is stopped again at the end, so a
+# build leaves nothing running.
+export WINEBED_TSA_CERT=$pki/cs-tsa-chain.pem WINEBED_TSA_KEY=$pki/cs-tsa.key
+trap '"$winebed" tsa-stop' EXIT
+
+variants=(timestamped legacy-timestamp untimestamped foreign capitals untrusted tampered unsigned)
+for v in "${variants[@]}"; do mkdir -p "$outroot/$v"; done
+
+# FILE OFFSET: inverts one byte in place.
+flip() {
+  local b
+  b=$(od -An -tu1 -j "$2" -N1 "$1")
+  printf "$(printf '\\%03o' $((255 - b)))" | dd of="$1" bs=1 seek="$2" conv=notrunc status=none
+}
+
+for file in "$@"; do
+  name=$(basename "$file")
+  sign() {  # VARIANT SIGNER TIMESTAMP
+    "$winebed" sign "$file" "$outroot/$1/$name" "$pki/$2-chain.pem" "$pki/$2.key" "$3"
+  }
+  sign timestamped cs-signer rfc3161
+  sign legacy-timestamp cs-signer legacy
+  sign untimestamped cs-signer none
+  sign foreign cs-foreign rfc3161
+  sign capitals cs-capitals rfc3161
+  sign untrusted cs-untrusted-signer rfc3161
+  # Offset 80 lies in the DOS stub, which the Authenticode digest covers.
+  cp "$outroot/timestamped/$name" "$outroot/tampered/$name"
+  flip "$outroot/tampered/$name" 80
+  cp "$file" "$outroot/unsigned/$name"
+done

@@ -1,0 +1,136 @@
+// Each signed variant of each stand-in module, checked with WinVerifyTrust and the WTHelper
+// functions in the order and with the settings the tool's module signature check uses.
+//
+// The expected values below are the answers Windows gives for these files: the time stamp
+// (RFC 3161 or legacy) shows as a counter-signer of type SGNR_TYPE_TIMESTAMP, and a SHA-256
+// signature under a root the machine does not trust fails with CERT_E_UNTRUSTEDROOT. Wine 8.0
+// alone reports no counter-signers and passes the untrusted root; the test prefix answers as
+// Windows does because winebed registers its trust-provider wrapper (tsprov.dll) for the steps
+// of WINTRUST_ACTION_GENERIC_VERIFY_V2. A failure here therefore means the test bed no longer
+// behaves like Windows, and every signature test built on it would prove nothing.
+#include <windows.h>
+// clang-format off
+#include <softpub.h>
+#include <wincrypt.h>
+#include <wintrust.h>
+// clang-format on
+
+#include <gtest/gtest.h>
+
+#include <string>
+#include <vector>
+
+#include "tests/bed/bed_paths.h"
+
+namespace tarn::bed {
+namespace {
+
+struct CounterSigner {
+  DWORD type;
+  DWORD error;
+};
+
+struct TrustAnswer {
+  LONG result = 0;
+  bool hasSigner = false;
+  std::vector<CounterSigner> counterSigners;
+  std::wstring leafCommonName;  // up to the first null
+  LONG closeResult = 0;
+};
+
+std::wstring CommonName(PCCERT_CONTEXT cert) {
+  char oid[] = "2.5.4.3";
+  const DWORD count = CertGetNameStringW(cert, CERT_NAME_ATTR_TYPE, 0, oid, nullptr, 0);
+  std::wstring name(count, L'\0');
+  if (count != 0) CertGetNameStringW(cert, CERT_NAME_ATTR_TYPE, 0, oid, name.data(), count);
+  return name.c_str();
+}
+
+TrustAnswer Verify(const std::wstring& path) {
+  WINTRUST_FILE_INFO file{};
+  file.cbStruct = sizeof file;
+  file.pcwszFilePath = path.c_str();
+  WINTRUST_DATA data{};
+  data.cbStruct = sizeof data;
+  data.dwUIChoice = WTD_UI_NONE;
+  data.fdwRevocationChecks = WTD_REVOKE_WHOLECHAIN;
+  data.dwUnionChoice = WTD_CHOICE_FILE;
+  data.pFile = &file;
+  data.dwStateAction = WTD_STATEACTION_VERIFY;
+  data.dwProvFlags = WTD_CACHE_ONLY_URL_RETRIEVAL;
+  GUID action = WINTRUST_ACTION_GENERIC_VERIFY_V2;
+
+  TrustAnswer answer;
+  answer.result = WinVerifyTrust(nullptr, &action, &data);
+  if (CRYPT_PROVIDER_DATA* provider = WTHelperProvDataFromStateData(data.hWVTStateData)) {
+    if (CRYPT_PROVIDER_SGNR* signer = WTHelperGetProvSignerFromChain(provider, 0, FALSE, 0)) {
+      answer.hasSigner = true;
+      for (DWORD i = 0; i < signer->csCounterSigners; ++i) {
+        CRYPT_PROVIDER_SGNR* counter = WTHelperGetProvSignerFromChain(provider, 0, TRUE, i);
+        if (counter) answer.counterSigners.push_back({counter->dwSignerType, counter->dwError});
+      }
+      if (CRYPT_PROVIDER_CERT* leaf = WTHelperGetProvCertFromChain(signer, 0)) {
+        answer.leafCommonName = CommonName(leaf->pCert);
+      }
+    }
+  }
+  data.dwStateAction = WTD_STATEACTION_CLOSE;
+  answer.closeResult = WinVerifyTrust(nullptr, &action, &data);
+  return answer;
+}
+
+enum class TimeStamp { kOne, kNone, kUnchecked };
+
+struct VariantCase {
+  const char* testName;
+  const wchar_t* variant;
+  LONG result;
+  TimeStamp timeStamp;
+  const wchar_t* leafCommonName;  // null: not checked
+};
+
+void PrintTo(const VariantCase& c, std::ostream* os) { *os << c.testName; }
+
+class SignedVariantTest : public testing::TestWithParam<VariantCase> {};
+
+TEST_P(SignedVariantTest, AnswersAsWindows) {
+  const VariantCase& c = GetParam();
+  for (const wchar_t* module : kSignedModules) {
+    const std::wstring path = std::wstring(kSignedDir) + L"\\" + c.variant + L"\\" + module;
+    SCOPED_TRACE(testing::Message() << "file " << testing::PrintToString(path));
+    ASSERT_NE(GetFileAttributesW(path.c_str()), INVALID_FILE_ATTRIBUTES);
+
+    const TrustAnswer answer = Verify(path);
+    EXPECT_EQ(static_cast<DWORD>(answer.result), static_cast<DWORD>(c.result));
+    EXPECT_EQ(answer.closeResult, 0);
+    if (c.timeStamp != TimeStamp::kUnchecked) {
+      ASSERT_TRUE(answer.hasSigner);
+      const size_t expected = c.timeStamp == TimeStamp::kOne ? 1 : 0;
+      ASSERT_EQ(answer.counterSigners.size(), expected);
+      for (const CounterSigner& counter : answer.counterSigners) {
+        EXPECT_EQ(counter.type, static_cast<DWORD>(SGNR_TYPE_TIMESTAMP));
+        EXPECT_EQ(counter.error, 0u);
+      }
+    }
+    if (c.leafCommonName) {
+      EXPECT_EQ(answer.leafCommonName, c.leafCommonName);
+    }
+  }
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Variants, SignedVariantTest,
+    testing::Values(
+        VariantCase{"Timestamped", L"timestamped", 0, TimeStamp::kOne, L"Arvantis SRL"},
+        VariantCase{"LegacyTimestamp", L"legacy-timestamp", 0, TimeStamp::kOne, L"Arvantis SRL"},
+        VariantCase{"Untimestamped", L"untimestamped", 0, TimeStamp::kNone, L"Arvantis SRL"},
+        VariantCase{"Foreign", L"foreign", 0, TimeStamp::kOne, L"Foreign Test Signer"},
+        VariantCase{"Capitals", L"capitals", 0, TimeStamp::kOne, L"ARVANTIS SRL"},
+        VariantCase{"Untrusted", L"untrusted", CERT_E_UNTRUSTEDROOT, TimeStamp::kUnchecked,
+                    nullptr},
+        VariantCase{"Unsigned", L"unsigned", TRUST_E_NOSIGNATURE, TimeStamp::kUnchecked, nullptr},
+        VariantCase{"Tampered", L"tampered", TRUST_E_BAD_DIGEST, TimeStamp::kUnchecked, nullptr}),
+    [](const testing::TestParamInfo<VariantCase>& info) { return info.param.testName; });
+
+}  // namespace
+}  // namespace tarn::bed
