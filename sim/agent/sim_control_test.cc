@@ -1,0 +1,187 @@
+// The control library against the prefix's real service manager, registry and file system.
+#include "sim/agent/sim_control.h"
+
+#include <gtest/gtest.h>
+
+#include "sim/agent/test_support.h"
+
+namespace tarn::sim {
+namespace {
+
+using testing::BuildKit;
+
+uint32_t StateOf(const AgentService& service) {
+  uint32_t state = 0;
+  const uint32_t code = QueryAgentServiceState(service, &state);
+  return code ? code : state;  // the "does not exist" code is far from any state
+}
+
+bool Exists(const std::filesystem::path& path) {
+  return GetFileAttributesW(path.c_str()) != INVALID_FILE_ATTRIBUTES;
+}
+
+// The value as it is stored, quotes and all, with its type.
+std::wstring RawImagePath(DWORD* type) {
+  wchar_t value[1024] = {};
+  DWORD size = sizeof value;
+  const LSTATUS status = RegGetValueW(HKEY_LOCAL_MACHINE, kSecurityServiceKey, L"ImagePath",
+                                      RRF_RT_ANY | RRF_NOEXPAND, type, value, &size);
+  return status == ERROR_SUCCESS ? value : L"<" + std::to_wstring(status) + L">";
+}
+
+class SimControlTest : public ::testing::Test {
+ protected:
+  void SetUp() override { ASSERT_EQ(InstallAgent(BuildKit(), InstallOptions{}), 0u); }
+  void TearDown() override { EXPECT_EQ(RemoveAgent(), 0u); }
+};
+
+TEST_F(SimControlTest, InstallRunsBothServicesAndRemoveLeavesNothing) {
+  for (const auto& service : kAgentServices) {
+    EXPECT_EQ(StateOf(service), static_cast<uint32_t>(SERVICE_RUNNING)) << service.name;
+  }
+  DWORD type = 0;
+  EXPECT_EQ(RawImagePath(&type), L"\"C:\\Program Files\\Arvantis\\TARN\\oxsecsvc.exe\" -service");
+  EXPECT_TRUE(type == REG_SZ || type == REG_EXPAND_SZ) << type;
+  for (const auto& file : {AgentDirectory() / L"oxsdk.dll", SetupInstallerPath(), ScenarioPath(),
+                           ConfigFilePath(ConfigLayout::kCurrent)}) {
+    EXPECT_TRUE(Exists(file)) << file;
+  }
+  EXPECT_FALSE(Exists(ConfigFilePath(ConfigLayout::kLegacy)));
+  ASSERT_EQ(SetRebootMarker(RegistryView::k32Bit), 0u);
+
+  ASSERT_EQ(RemoveAgent(), 0u);
+  for (const auto& service : kAgentServices) {
+    EXPECT_EQ(StateOf(service), static_cast<uint32_t>(ERROR_SERVICE_DOES_NOT_EXIST));
+  }
+  EXPECT_EQ(RawImagePath(&type), L"<2>");
+  EXPECT_FALSE(Exists(AgentDirectory()));
+  bool marker = true;
+  ASSERT_EQ(QueryRebootMarker(RegistryView::k32Bit, &marker), 0u);
+  EXPECT_FALSE(marker);
+}
+
+TEST_F(SimControlTest, InstallTakesTheChosenConfigurationLayoutAndEncoding) {
+  InstallOptions options;
+  options.layout = ConfigLayout::kLegacy;
+  options.encoding = ConfigEncoding::kUtf32LittleEndian;
+  options.identity = {"hw", std::nullopt, "group"};
+  options.startServices = false;
+  ASSERT_EQ(InstallAgent(BuildKit(), options), 0u);
+
+  EXPECT_FALSE(Exists(ConfigFilePath(ConfigLayout::kCurrent)));
+  std::string bytes;
+  ASSERT_EQ(ReadFileBytes(ConfigFilePath(ConfigLayout::kLegacy), &bytes), 0u);
+  EXPECT_EQ(bytes, EncodeText(R"({"hwid":"hw","customdata":{"ComputersFolder":"group"}})",
+                              ConfigEncoding::kUtf32LittleEndian));
+  EXPECT_EQ(StateOf(kAgentServices[1]), static_cast<uint32_t>(SERVICE_STOPPED));
+}
+
+TEST_F(SimControlTest, ServicesStopAndStartOneByOne) {
+  const AgentService& security = *FindAgentService(L"security");
+  ASSERT_EQ(StopAgentService(security), 0u);
+  EXPECT_EQ(StateOf(security), static_cast<uint32_t>(SERVICE_STOPPED));
+  EXPECT_EQ(StateOf(*FindAgentService(L"OXIntegrationService")),
+            static_cast<uint32_t>(SERVICE_RUNNING));
+  ASSERT_EQ(StartAgentService(security), 0u);
+  EXPECT_EQ(StateOf(security), static_cast<uint32_t>(SERVICE_RUNNING));
+}
+
+TEST_F(SimControlTest, SecurityKeyDeletedAndRestoredWhileTheServiceRuns) {
+  DWORD type = 0;
+  const std::wstring before = RawImagePath(&type);
+  ASSERT_EQ(DeleteSecurityServiceKey(), 0u);
+  EXPECT_EQ(RawImagePath(&type), L"<2>");
+  EXPECT_EQ(StateOf(kAgentServices[1]), static_cast<uint32_t>(SERVICE_RUNNING));
+  ASSERT_EQ(RestoreSecurityServiceKey(), 0u);
+  EXPECT_EQ(RawImagePath(&type), before);
+  EXPECT_NE(RestoreSecurityServiceKey(), 0u);  // nothing saved any more
+}
+
+TEST_F(SimControlTest, RebootMarkerLivesInTheChosenView) {
+  for (RegistryView view : {RegistryView::k64Bit, RegistryView::k32Bit}) {
+    const RegistryView other =
+        view == RegistryView::k64Bit ? RegistryView::k32Bit : RegistryView::k64Bit;
+    ASSERT_EQ(SetRebootMarker(view), 0u);
+    bool inView = false, inOther = true;
+    ASSERT_EQ(QueryRebootMarker(view, &inView), 0u);
+    ASSERT_EQ(QueryRebootMarker(other, &inOther), 0u);
+    EXPECT_TRUE(inView);
+    EXPECT_FALSE(inOther);
+    ASSERT_EQ(ClearRebootMarker(), 0u);
+    ASSERT_EQ(QueryRebootMarker(view, &inView), 0u);
+    EXPECT_FALSE(inView);
+  }
+}
+
+TEST_F(SimControlTest, ScanLogsCarryTheChosenContentAndTimes) {
+  const struct {
+    const wchar_t* task;
+    const wchar_t* file;
+    int64_t lastWrite;
+  } logs[] = {{L"full", L"b.xml", 1700000100},
+              {L"full", L"a.xml", 1700000200},
+              {L"quick", L"scan.xml", 946684800},
+              {L"0a1b", L".hidden.xml", 4102444800}};
+  for (const auto& log : logs) {
+    const std::string content = ScanSummaryXml(std::to_string(log.lastWrite), "65500");
+    ASSERT_EQ(WriteScanLog(ScanTaskId(log.task), log.file, content, log.lastWrite), 0u);
+    const std::filesystem::path path = ScanLogFolder(ScanTaskId(log.task)) / log.file;
+    int64_t lastWrite = 0;
+    ASSERT_EQ(ReadLastWriteTime(path, &lastWrite), 0u);
+    EXPECT_EQ(lastWrite, log.lastWrite) << path;
+    std::string bytes;
+    ASSERT_EQ(ReadFileBytes(path, &bytes), 0u);
+    EXPECT_EQ(bytes, content);
+  }
+  EXPECT_TRUE(
+      Exists(AgentDirectory() / L"Logs\\system\\da29f7c8-23b1-4974-8d11-209959ac694b\\scan.xml"));
+}
+
+TEST_F(SimControlTest, ScenarioAndJournalFiles) {
+  EXPECT_EQ(SelectScenario(BuildKit(), L"no-such-scenario"), 2u);
+  ASSERT_EQ(WriteScenario(R"({"x":1})"), 0u);
+  std::string scenario;
+  ASSERT_EQ(ReadFileBytes(ScenarioPath(), &scenario), 0u);
+  EXPECT_EQ(scenario, R"({"x":1})");
+
+  std::vector<std::string> journal{"left over"};
+  ASSERT_EQ(ReadJournal(&journal), 0u);
+  EXPECT_TRUE(journal.empty());
+  ASSERT_EQ(AppendLine(JournalPath(), R"({"a":1})"), 0u);
+  ASSERT_EQ(AppendLine(JournalPath(), R"({"b":2})"), 0u);
+  ASSERT_EQ(ReadJournal(&journal), 0u);
+  EXPECT_EQ(journal, (std::vector<std::string>{R"({"a":1})", R"({"b":2})"}));
+  ASSERT_EQ(ClearJournal(), 0u);
+  ASSERT_EQ(ReadJournal(&journal), 0u);
+  EXPECT_TRUE(journal.empty());
+}
+
+TEST_F(SimControlTest, AgentInstallerStandInRemovesAndRestoresTheServices) {
+  const std::filesystem::path setup = SetupInstallerPath().parent_path();
+  const auto runInstaller = [&setup](const Settings& behavior) {
+    EXPECT_EQ(WriteBehavior(Module::kInstaller, setup, behavior), 0u);
+    return testing::RunProgram(SetupInstallerPath(),
+                               L"\"" + SetupInstallerPath().wstring() + L"\" /remove /silent");
+  };
+
+  EXPECT_EQ(runInstaller({{"services", "unregister"}, {"reboot-marker", "set"}}), 0u);
+  for (const auto& service : kAgentServices) {
+    EXPECT_EQ(StateOf(service), static_cast<uint32_t>(ERROR_SERVICE_DOES_NOT_EXIST));
+  }
+  bool marker = false;
+  ASSERT_EQ(QueryRebootMarker(RegistryView::k64Bit, &marker), 0u);
+  EXPECT_TRUE(marker);
+
+  EXPECT_EQ(runInstaller({{"services", "register"}, {"reboot-marker", "clear"}}), 0u);
+  for (const auto& service : kAgentServices) {
+    EXPECT_EQ(StateOf(service), static_cast<uint32_t>(SERVICE_RUNNING));
+  }
+  ASSERT_EQ(QueryRebootMarker(RegistryView::k64Bit, &marker), 0u);
+  EXPECT_FALSE(marker);
+  std::vector<std::string> calls;
+  ASSERT_EQ(ReadCallRecord(Module::kInstaller, setup, &calls), 0u);
+  EXPECT_EQ(calls.size(), 2u);
+}
+
+}  // namespace
+}  // namespace tarn::sim
