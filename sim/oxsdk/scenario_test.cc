@@ -1,0 +1,281 @@
+#include "sim/oxsdk/scenario.h"
+
+#include <gtest/gtest.h>
+#include <rapidjson/document.h>
+
+#include <filesystem>
+#include <fstream>
+#include <sstream>
+#include <string>
+#include <vector>
+
+#include "sim/oxsdk/journal_line.h"
+#include "sim/oxsdk/plan.h"
+#include "sim/oxsdk/sdk_contract.h"
+
+namespace tarn::sim {
+namespace {
+
+constexpr int64_t kNow = 1700000000;
+constexpr char kGetStatus[] =
+    R"({"type":"oxsdk","data":{"Product":[{"@name":"GetStatus","input":{}}]}})";
+constexpr char kAssessment[] =
+    R"({ "type": "oxsdk", "data":{ "Product.CompetitorRemoval":[ { "@name": "StartAssessment",)"
+    R"( "input": { "runContext": { "otherData": "o-1", "someData": "s-2" }, "ids":[ "a", "b" ] } } ] } })";
+
+Scenario MustParse(const std::string& text) {
+  Scenario scenario;
+  std::string error;
+  EXPECT_TRUE(Scenario::Parse(text, &scenario, &error)) << error;
+  return scenario;
+}
+
+Plan PlanFor(const std::string& scenario_text, const std::string& request) {
+  return MakePlan(MustParse(scenario_text), request, "id-1", kNow);
+}
+
+TEST(ScenarioTest, RejectsWhatTheFormatDoesNotAllow) {
+  struct Case {
+    const char* text;
+    const char* error;  // expected start of the message
+  };
+  const Case cases[] = {
+      {"{", "not valid JSON at offset 1"},
+      {"[]", "scenario: must be a JSON object"},
+      {R"({"runs": 0})", "runs: unknown member"},
+      {R"({"run": "5"})", "run: must be a 32-bit integer result code"},
+      {R"({"getInstance": 4294967296})", "getInstance: must be a 32-bit integer"},
+      {R"({"methods": []})", "methods: must be an object"},
+      {R"({"methods": {"A.B": {}, "A.B": {}}})", "methods.A.B: given twice"},
+      {R"({"methods": {"A.B": {"delay": 5}}})", R"(methods["A.B"].delay: unknown member)"},
+      {R"({"methods": {"A.B": {"delayMs": -1}}})",
+       R"(methods["A.B"].delayMs: must be milliseconds)"},
+      {R"({"methods": {"A.B": {"reply": {}, "noReply": true}}})",
+       R"(methods["A.B"]: give only one)"},
+      {R"({"methods": {"A.B": {"reply": {}, "rawReply": "x"}}})",
+       R"(methods["A.B"]: give only one)"},
+      {R"({"methods": {"A.B": {"replyId": 5}}})", R"(methods["A.B"].replyId: must be a string)"},
+      {R"({"methods": {"A.B": {"events": [{"payload": {}}]}}})",
+       R"(methods["A.B"].events[0].name: must be a string)"},
+      {R"({"methods": {"A.B": {"reply": {"output": {"t": "$now-4x"}}}}})",
+       R"(methods["A.B"].reply.output.t: unknown template "$now-4x")"},
+      {R"({"default": {"events": [{"name": "E", "payload": ["$request..a"]}]}})",
+       R"(default.events[0].payload[0]: unknown template)"},
+      {R"({"default": {"events": [{"name": "E", "payload": {}, "rawPayload": ""}]}})",
+       R"(default.events[0]: give only one)"},
+  };
+  for (const Case& c : cases) {
+    Scenario scenario;
+    std::string error;
+    EXPECT_FALSE(Scenario::Parse(c.text, &scenario, &error)) << c.text;
+    EXPECT_EQ(error.rfind(c.error, 0), 0u) << c.text << " gave: " << error;
+  }
+}
+
+TEST(PlanTest, ResolvesTheMethodOrRefusesTheRequest) {
+  struct Case {
+    const char* request;
+    const char* method;
+    int32_t run_result;
+  };
+  const Case cases[] = {
+      {kGetStatus, "Product.GetStatus", kSimOk},
+      {R"({"type": "oxsdk","data": {"Update": [{"@name": "GetUpdateSettings","input": {"user": ""}}]}})",
+       "Update.GetUpdateSettings", kSimOk},
+      {R"({"type":"none","data":{"FileScan.OnDemand":[{"@name":"RunScanTask","input":{}}]}})",
+       "FileScan.OnDemand.RunScanTask", kSimOk},
+      {kAssessment, "Product.CompetitorRemoval.StartAssessment", kSimOk},
+      {R"({ "data":{ "Product.Installer":[ { "@name": "AddRemove", "input":{ "ids":[ "a"b" ] } } ] } })",
+       "", kSimInvalidParameter},  // an unescaped quote
+      {R"({"type":"oxsdk"})", "", kSimInvalidParameter},
+      {R"({"data":{"Product":[]}})", "", kSimInvalidParameter},
+      {R"({"data":{"Product":[{"input":{}}]}})", "", kSimInvalidParameter},
+  };
+  for (const Case& c : cases) {
+    const Plan plan = PlanFor("{}", c.request);
+    EXPECT_EQ(plan.method, c.method) << c.request;
+    EXPECT_EQ(plan.run_result, c.run_result) << c.request;
+    EXPECT_EQ(plan.deliveries.size(), c.run_result == kSimOk ? 1u : 0u) << c.request;
+  }
+}
+
+TEST(PlanTest, EntryResultsOverrideTheScenarioWide) {
+  const std::string scenario =
+      R"({"run": 50, "unregister": 7, "methods": {"Product.GetStatus": {"run": 0, "unregister": 9}}})";
+  const Plan own = PlanFor(scenario, kGetStatus);
+  EXPECT_EQ(own.run_result, 0);
+  EXPECT_EQ(own.unregister_result, 9);
+  EXPECT_EQ(own.deliveries.size(), 1u);
+
+  const Plan refused = PlanFor(scenario, kAssessment);
+  EXPECT_EQ(refused.run_result, 50);
+  EXPECT_FALSE(refused.unregister_result.has_value());  // the scenario-wide one applies
+  EXPECT_TRUE(refused.deliveries.empty());
+}
+
+TEST(PlanTest, ReplyTextAndId) {
+  struct Case {
+    const char* entry;  // the entry for Product.GetStatus, "" for none
+    const char* reply;
+    std::optional<std::string> id;
+  };
+  const Case cases[] = {
+      {"", R"({"response":{"data":{"Product":[{"@name":"GetStatus","error":1168,"output":{}}]}}})",
+       "id-1"},
+      {"{}", R"({"response":{"data":{"Product":[{"@name":"GetStatus","error":0,"output":{}}]}}})",
+       "id-1"},
+      {R"({"reply": {"output": {"a": [1]}, "error": 5, "extra": true}})",
+       R"({"response":{"data":{"Product":[{"@name":"GetStatus","output":{"a":[1]},"error":5,"extra":true}]}}})",
+       "id-1"},
+      {R"({"reply": {"@name": "Other"}})",
+       R"({"response":{"data":{"Product":[{"@name":"Other","error":0,"output":{}}]}}})", "id-1"},
+      {R"({"rawReply": "{\"response\": 1", "replyId": "foreign"})", R"({"response": 1)", "foreign"},
+      {R"({"replyId": null})",
+       R"({"response":{"data":{"Product":[{"@name":"GetStatus","error":0,"output":{}}]}}})",
+       std::nullopt},
+  };
+  for (const Case& c : cases) {
+    const std::string scenario =
+        *c.entry ? std::string(R"({"methods": {"Product.GetStatus": )") + c.entry + "}}" : "{}";
+    const Plan plan = PlanFor(scenario, kGetStatus);
+    ASSERT_EQ(plan.deliveries.size(), 1u) << c.entry;
+    EXPECT_EQ(plan.deliveries[0].kind, Delivery::Kind::kReply);
+    EXPECT_EQ(plan.deliveries[0].text, c.reply) << c.entry;
+    EXPECT_EQ(plan.deliveries[0].request_id, c.id) << c.entry;
+  }
+  EXPECT_TRUE(PlanFor(R"({"default": {"noReply": true}})", kGetStatus).deliveries.empty());
+}
+
+TEST(PlanTest, DeliveriesFallDueByDelayRepliesFirstOnTies) {
+  const Plan plan = PlanFor(R"({"methods": {"Product.GetStatus": {"delayMs": 100, "events": [
+      {"name": "late", "delayMs": 300}, {"name": "first"}, {"name": "tie", "delayMs": 100}]}}})",
+                            kGetStatus);
+  std::vector<std::string> order;
+  for (const Delivery& d : plan.deliveries) {
+    order.push_back(d.kind == Delivery::Kind::kReply ? "reply" : d.name);
+  }
+  EXPECT_EQ(order, (std::vector<std::string>{"first", "reply", "tie", "late"}));
+}
+
+TEST(PlanTest, PayloadTemplatesEchoTheRequestAndTellTimeFromNow) {
+  const Plan plan = PlanFor(R"({"default": {"noReply": true, "events": [
+      {"name": "E", "payload": {"runContext": "$request.input.runContext", "second": "$request.input.ids.1",
+       "absent": "$request.input.nothing", "id": "$requestId", "plain": "$$now", "text": "now",
+       "times": ["$now", "$now-4d", "$now+90m", "$now-15s", "$now+2h"]}},
+      {"name": "Raw", "rawPayload": "{\"runContext\": \"$request\""},
+      {"name": "Named", "payload": {"@name": "Wrong"}},
+      {"name": "List", "payload": [1]}]}})",
+                            kAssessment);
+  ASSERT_EQ(plan.deliveries.size(), 4u);
+  rapidjson::Document payload;
+  payload.Parse(plan.deliveries[0].text);
+  ASSERT_TRUE(payload.IsObject()) << plan.deliveries[0].text;
+  EXPECT_STREQ(payload["@name"].GetString(), "E");
+  EXPECT_STREQ(payload["runContext"]["otherData"].GetString(), "o-1");
+  EXPECT_STREQ(payload["runContext"]["someData"].GetString(), "s-2");
+  EXPECT_STREQ(payload["second"].GetString(), "b");
+  EXPECT_TRUE(payload["absent"].IsNull());
+  EXPECT_STREQ(payload["id"].GetString(), "id-1");
+  EXPECT_STREQ(payload["plain"].GetString(), "$now");
+  EXPECT_STREQ(payload["text"].GetString(), "now");
+  const int64_t times[] = {kNow, kNow - 4 * 86400, kNow + 90 * 60, kNow - 15, kNow + 7200};
+  for (rapidjson::SizeType i = 0; i < 5; ++i) EXPECT_EQ(payload["times"][i].GetInt64(), times[i]);
+
+  EXPECT_EQ(plan.deliveries[1].text, R"({"runContext": "$request")");  // raw text is not expanded
+  EXPECT_EQ(plan.deliveries[2].text, R"({"@name":"Wrong"})");
+  EXPECT_EQ(plan.deliveries[3].text, "[1]");
+}
+
+TEST(JournalLineTest, KeepsTextByteForByteAfterStampFields) {
+  const std::string request = "{ \"a\":\t\"\\u00e9\xC3\xA9\" }\n\x01";
+  JournalLine line("request");
+  line.Add("request", request).AddOrNull("requestId", std::nullopt).Add("result", int64_t{-5});
+  const std::string text = line.Text(1700000000123, 42);
+  ASSERT_EQ(text.back(), '\n');
+  EXPECT_EQ(text.rfind(R"({"time":"2023-11-14T22:13:20.123Z","pid":42,"kind":"request",)", 0), 0u)
+      << text;
+  EXPECT_EQ(text.find('\n'), text.size() - 1);  // one line, whatever the request holds
+  rapidjson::Document parsed;
+  parsed.Parse(text.c_str());
+  ASSERT_TRUE(parsed.IsObject());
+  EXPECT_EQ(std::string(parsed["request"].GetString(), parsed["request"].GetStringLength()),
+            request);
+  EXPECT_TRUE(parsed["requestId"].IsNull());
+  EXPECT_EQ(parsed["result"].GetInt(), -5);
+  EXPECT_EQ(UtcTimeText(0), "1970-01-01T00:00:00.000Z");
+  EXPECT_EQ(UtcTimeText(951782400999), "2000-02-29T00:00:00.999Z");
+}
+
+std::string ReadScenarioFile(const std::string& name) {
+  std::ifstream file(std::filesystem::path(SIM_SCENARIOS_DIR) / name, std::ios::binary);
+  std::stringstream text;
+  text << file.rdbuf();
+  return text.str();
+}
+
+TEST(NamedScenarioTest, EveryFileIsAValidScenario) {
+  int count = 0;
+  for (const auto& file : std::filesystem::directory_iterator(SIM_SCENARIOS_DIR)) {
+    Scenario scenario;
+    std::string error;
+    EXPECT_TRUE(
+        Scenario::Parse(ReadScenarioFile(file.path().filename().string()), &scenario, &error))
+        << file.path() << ": " << error;
+    ++count;
+  }
+  EXPECT_GE(count, 3);
+}
+
+TEST(NamedScenarioTest, HealthyAnswersEveryRequestOfTheToolWithSuccess) {
+  struct Case {
+    const char* request;
+    const char* event;  // the event it reports, if any
+  };
+  const Case cases[] = {
+      {kGetStatus, nullptr},
+      {R"({"type": "oxsdk","data": {"Update": [{"@name": "GetUpdateSettings","input": {"user": ""}}]}})",
+       nullptr},
+      {R"({"type":"oxsdk","data":{"Update":[{"@name":"StartUpdate","input":{}}]}})", nullptr},
+      {R"({"type":"oxsdk","data" : {"ar.Product.Configuration": [{"@name":"GetKivoroIdentity","input":{}}]}})",
+       nullptr},
+      {R"({"type":"oxsdk","data":{"Product.Installer":[{"@name":"InstallerRemove","input":{}}]}})",
+       nullptr},
+      {R"({ "type":"oxsdk", "data":{ "Product.Installer":[ { "@name": "AddRemove", "input":{ } } ] } })",
+       nullptr},
+      {R"({"type":"none","data":{"FileScan.OnDemand":[{"@name":"RunScanTask","input":{}}]}})",
+       "FileScan.OnDemand.ScanStarted"},
+      {kAssessment, "Product.CompetitorRemoval.AssessmentEnded"},
+      {R"({ "type": "oxsdk", "data":{ "Product.CompetitorRemoval":[ { "@name": "StartRemoval",)"
+       R"( "input": { "ids":[ "a" ], "runContext": { "otherData": "o-1", "someData": "s-2" } } } ] } })",
+       "Product.CompetitorRemoval.RemovalEnded"},
+  };
+  Scenario healthy;
+  std::string error;
+  ASSERT_TRUE(Scenario::Parse(ReadScenarioFile("healthy.json"), &healthy, &error)) << error;
+  for (const Case& c : cases) {
+    const Plan plan = MakePlan(healthy, c.request, "id-1", kNow);
+    ASSERT_EQ(plan.run_result, 0) << c.request;
+    std::string reply;
+    std::vector<std::string> events;
+    for (const Delivery& d : plan.deliveries) {
+      if (d.kind == Delivery::Kind::kReply) reply = d.text;
+      if (d.kind == Delivery::Kind::kEvent) events.push_back(d.name);
+    }
+    rapidjson::Document document;
+    document.Parse(reply);
+    ASSERT_TRUE(document.IsObject()) << c.request;
+    const auto& element = document["response"]["data"].MemberBegin()->value[0];
+    EXPECT_EQ(element["error"].GetInt(), 0) << c.request;  // not the unknown-method default
+    EXPECT_TRUE(element["output"].IsObject()) << c.request;
+    EXPECT_EQ(events, c.event ? std::vector<std::string>{c.event} : std::vector<std::string>{})
+        << c.request;
+    if (c.event && std::string(c.event).find("Competitor") != std::string::npos) {
+      rapidjson::Document payload;
+      payload.Parse(plan.deliveries.back().text);
+      EXPECT_STREQ(payload["runContext"]["otherData"].GetString(), "o-1") << c.request;
+    }
+  }
+}
+
+}  // namespace
+}  // namespace tarn::sim
