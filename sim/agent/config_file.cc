@@ -50,7 +50,7 @@ std::u32string CodePoints(std::wstring_view text) {
 
 // The same endpoint and company the scenarios' Kivoro identity names.
 Identity DefaultIdentity() {
-  return {"5d3c2f1a9e8b7c6d5e4f3a2b", "6a1b2c3d4e5f60718293a4b5", "3e2d1c0b9a8f7e6d5c4b3a29"};
+  return {"0F3A9C2E-5B7D-4E11-8A6C-2D9B4F1E7A30", "C-000451", "Workstations"};
 }
 
 bool ParseEncoding(const std::wstring& word, ConfigEncoding* encoding) {
