@@ -15,7 +15,8 @@ setup:
 build: build-windows build-native build-asan build-tsan
 
 build-windows: setup
-	@cmake -S . -B build/windows -G Ninja -DCMAKE_TOOLCHAIN_FILE=$(TOP)/cmake/mingw-w64-x86_64.cmake >/dev/null
+	@cmake -S . -B build/windows -G Ninja -DCMAKE_TOOLCHAIN_FILE=$(TOP)/cmake/mingw-w64-x86_64.cmake \
+		-DTARN_SHARED=$(TARN_SHARED) >/dev/null
 	@ninja -C build/windows -j $(JOBS) | grep -v '^\[' || true; test $${PIPESTATUS[0]} -eq 0
 
 build-native: setup

@@ -8,7 +8,9 @@ PREFIX=${TARN_WINEPREFIX:-$top/build/wineprefix}
 [ -x "$WINEBED" ] || { echo "missing $WINEBED (the shared test-bed tools beside the checkout)" >&2; exit 1; }
 
 testbed_up() {
-  "$WINEBED" prefix "$PREFIX"   # creates or repairs; fast when the prefix exists
+  "$WINEBED" prefix "$PREFIX" || return 1  # creates or repairs; fast when the prefix exists
+  # The test PKI's roots, and only those, are trusted in the prefix.
+  TARN_SHARED=$TARN_SHARED "$top/sim/pki/trust.sh" "$PREFIX" "$top/build/windows/pki" || return 1
   "$WINEBED" serve "$PREFIX"
 }
 testbed_down() { "$WINEBED" stop "$PREFIX" || true; }
