@@ -209,22 +209,19 @@ TEST_F(OxsdkTest, AnswersOnItsOwnThreadWithTheRecordAsContextAndJournalsEverySte
             std::string("the host called unused slot 1 of the table of operations"));
 }
 
-TEST_F(OxsdkTest, ReplyVariants) {
+// Reply texts are checked by the platform-free tests; here, what reaches the host and when.
+TEST_F(OxsdkTest, ReplyIdsDelaysAndMissingReplies) {
   struct Case {
     const char* entry;  // members of the Product.GetStatus entry, besides the marker event
     bool replies;
     std::optional<std::string> id;
-    const char* text;  // nullptr: not compared
   };
   const Case cases[] = {
-      {R"("reply": {"error": 5, "output": {"a": 1}})", true, kId,
-       R"({"response":{"data":{"Product":[{"@name":"GetStatus","error":5,"output":{"a":1}}]}}})"},
-      {R"("rawReply": "{\"response\": [")", true, kId, R"({"response": [)"},
       {R"("replyId": "00000000-0000-0000-0000-000000000000")", true,
-       "00000000-0000-0000-0000-000000000000", nullptr},
-      {R"("replyId": null)", true, std::nullopt, nullptr},
-      {R"("delayMs": 50)", true, kId, nullptr},
-      {R"("noReply": true)", false, {}, nullptr},
+       "00000000-0000-0000-0000-000000000000"},
+      {R"("replyId": null)", true, std::nullopt},
+      {R"("delayMs": 50)", true, kId},
+      {R"("noReply": true)", false, {}},
   };
   for (const Case& c : cases) {
     SCOPED_TRACE(c.entry);
@@ -241,9 +238,6 @@ TEST_F(OxsdkTest, ReplyVariants) {
     ASSERT_EQ(seen_.replies.size(), c.replies ? 1u : 0u);
     if (!c.replies) continue;
     EXPECT_EQ(seen_.replies[0].id, c.id);
-    if (c.text) {
-      EXPECT_EQ(seen_.replies[0].text, c.text);
-    }
   }
 }
 

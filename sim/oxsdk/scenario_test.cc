@@ -99,20 +99,6 @@ TEST(PlanTest, ResolvesTheMethodOrRefusesTheRequest) {
   }
 }
 
-TEST(PlanTest, EntryResultsOverrideTheScenarioWide) {
-  const std::string scenario =
-      R"({"run": 50, "unregister": 7, "methods": {"Product.GetStatus": {"run": 0, "unregister": 9}}})";
-  const Plan own = PlanFor(scenario, kGetStatus);
-  EXPECT_EQ(own.run_result, 0);
-  EXPECT_EQ(own.unregister_result, 9);
-  EXPECT_EQ(own.deliveries.size(), 1u);
-
-  const Plan refused = PlanFor(scenario, kAssessment);
-  EXPECT_EQ(refused.run_result, 50);
-  EXPECT_FALSE(refused.unregister_result.has_value());  // the scenario-wide one applies
-  EXPECT_TRUE(refused.deliveries.empty());
-}
-
 TEST(PlanTest, ReplyTextAndId) {
   struct Case {
     const char* entry;  // the entry for Product.GetStatus, "" for none
