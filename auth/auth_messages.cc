@@ -1,0 +1,321 @@
+#include "auth/auth_messages.h"
+
+#include <ctime>
+#include <utility>
+
+#include "app/log.h"
+#include "auth/ber_reader.h"
+#include "base/result_codes.h"
+
+namespace tarn {
+namespace {
+
+constexpr uint8_t kTagOctetString = 4;
+constexpr uint8_t kTagEnumerated = 10;
+constexpr uint8_t kTagSequence = 16;
+constexpr uint8_t kTagSet = 17;
+constexpr uint8_t kTagGeneralizedTime = 24;
+
+void LogCode(Logger* log, const wchar_t* text, uint32_t code) {
+  WriteLog(log, text + std::to_wstring(code));
+}
+
+// The wrong-tag and wrong-count failures: their line, their code.
+uint32_t Fail(Logger* log, const wchar_t* line, uint32_t code) {
+  WriteLog(log, line);
+  return code;
+}
+
+// Big-endian; a value longer than four octets keeps its low 32 bits.
+uint32_t ReadNumber(const std::vector<uint8_t>& contents) {
+  uint32_t value = 0;
+  for (uint8_t octet : contents) value = (value << 8) | octet;
+  return value;
+}
+
+// 8-bit text, one byte per character, so the log file gets the same bytes back.
+std::wstring WidenBytes(const std::string& text) {
+  std::wstring wide;
+  for (unsigned char c : text) wide += static_cast<wchar_t>(c);
+  return wide;
+}
+
+// Contents that must not be empty, after the step's own line ("Get node value", ...).
+uint32_t GetValue(const BerNode& node, const BerStream& stream, const wchar_t* line,
+                  std::vector<uint8_t>& value, Logger* log) {
+  WriteLog(log, line);
+  const uint32_t result = GetContents(node, stream, value);
+  if (result != 0) return result;
+  if (value.empty()) return Fail(log, L"Empty buffer value", kErrorEmptyValue);
+  return 0;
+}
+
+int64_t LocalTimeToSeconds(std::tm& time) {
+#ifdef _WIN32
+  return _mktime64(&time);
+#else
+  static_assert(sizeof(std::time_t) == 8, "the seconds of an authorization need 64 bits");
+  return std::mktime(&time);
+#endif
+}
+
+uint32_t DecodeValidityTime(const BerNode& node, const BerStream& stream, int64_t& seconds,
+                            Logger* log) {
+  WriteLog(log, L"Get child tag");
+  if (node.tag != kTagGeneralizedTime) return Fail(log, L"Invalid child tag", kErrorWrongTag);
+  std::vector<uint8_t> value;
+  const uint32_t result = GetValue(node, stream, L"Get child value", value, log);
+  if (result != 0) return result;
+  return DecodeTime(seconds, value, log);
+}
+
+uint32_t DecodeValidity(BerNode& validity, const BerStream& stream, SignedAuthMessage& message,
+                        Logger* log) {
+  WriteLog(log, L"Decode validity");
+  uint32_t result = DecodeValidityTime(validity.children[0], stream, message.validFrom, log);
+  if (result != 0) return result;
+  WriteLog(log, L"Get second child");
+  result = DecodeValidityTime(validity.children[1], stream, message.validTo, log);
+  return result;
+}
+
+uint32_t DecodePermissions(BerNode& permissions, BerStream& stream, SignedAuthMessage& message,
+                           Logger* log) {
+  WriteLog(log, L"Decode permissions");
+  uint32_t result = LoadChildren(permissions, stream, 1);
+  if (result != 0) return result;
+  for (const BerNode& node : permissions.children) {
+    WriteLog(log, L"Check node tag");
+    if (node.tag != kTagEnumerated) return Fail(log, L"Invalid node tag", kErrorWrongTag);
+    std::vector<uint8_t> value;
+    result = GetValue(node, stream, L"Get node value", value, log);
+    if (result != 0) return result;
+    WriteLog(log, L"Get permission value");
+    const uint32_t permission = ReadNumber(value);
+    message.permissions.insert(permission);
+    WriteLog(log, L"Permission inserted: " + std::to_wstring(permission));
+  }
+  WriteLog(log, L"Finished to decode permissions");
+  return 0;
+}
+
+uint32_t DecodeIdentifier(BerNode& element, BerStream& stream, SignedAuthMessage& message,
+                          Logger* log) {
+  WriteLog(log, L"Check node tag");
+  if (element.tag != kTagSequence) return Fail(log, L"Invalid node tag", kErrorWrongTag);
+  uint32_t result = LoadChildren(element, stream, 1);
+  if (result != 0) return result;
+
+  WriteLog(log, L"Get child node");
+  if (element.children.empty()) {
+    return Fail(log, L"Invalid children number", kErrorWrongChildCount);
+  }
+  const BerNode& typeNode = element.children[0];
+  WriteLog(log, L"Check child tag");
+  if (typeNode.tag != kTagEnumerated) return Fail(log, L"Invalid child tag", kErrorWrongTag);
+  std::vector<uint8_t> value;
+  result = GetValue(typeNode, stream, L"Get node value", value, log);
+  if (result != 0) return result;
+  WriteLog(log, L"Get identifier type value");
+  const uint32_t type = ReadNumber(value);
+  WriteLog(log, L"Identifier type value: " + std::to_wstring(type));
+  std::set<std::string>& values = message.identifiers[type];  // present even with no value
+
+  if (element.children.size() > 1) {
+    const BerNode& valueNode = element.children[1];
+    WriteLog(log, L"Get identifier value");
+    WriteLog(log, L"Check node tag");
+    if (valueNode.tag != kTagOctetString) return Fail(log, L"Invalid node tag", kErrorWrongTag);
+    result = GetValue(valueNode, stream, L"Get node value", value, log);
+    if (result != 0) return result;
+    WriteLog(log, L"Get value");
+    std::string text(value.begin(), value.end());
+    WriteLog(log, L"Identifier value inserted: " + WidenBytes(text));
+    values.insert(std::move(text));
+  }
+  return 0;
+}
+
+uint32_t DecodeIdentifiers(BerNode& identifiers, BerStream& stream, SignedAuthMessage& message,
+                           Logger* log) {
+  WriteLog(log, L"Decode identifiers");
+  uint32_t result = LoadChildren(identifiers, stream, 1);
+  if (result != 0) return result;
+  for (BerNode& element : identifiers.children) {
+    result = DecodeIdentifier(element, stream, message, log);
+    if (result != 0) return result;
+  }
+  WriteLog(log, L"Identifiers decoded successfully");
+  return 0;
+}
+
+uint32_t DecodeAuthMessage(BerNode& node, BerStream& stream, SignedAuthMessage& message,
+                           Logger* log) {
+  uint32_t result = LoadChildren(node, stream, 1);
+  if (result != 0) return result;
+  WriteLog(log, L"Get number of children");
+  if (node.children.size() != 3) {
+    return Fail(log, L"Invalid children number", kErrorWrongChildCount);
+  }
+
+  WriteLog(log, L"Get first child");
+  BerNode& validity = node.children[0];
+  if (validity.tag != kTagSequence) return Fail(log, L"Invalid node tag", kErrorWrongTag);
+  result = LoadChildren(validity, stream, 1);
+  if (result != 0) return result;
+  WriteLog(log, L"Get number of nodes from first child");
+  if (validity.children.size() != 2) {
+    return Fail(log, L"Invalid children count", kErrorWrongChildCount);
+  }
+  result = DecodeValidity(validity, stream, message, log);
+  if (result != 0) return result;
+
+  WriteLog(log, L"Get second child");
+  BerNode& permissions = node.children[1];
+  if (permissions.tag != kTagSet) return Fail(log, L"Invalid node tag", kErrorWrongTag);
+  result = DecodePermissions(permissions, stream, message, log);
+  if (result != 0) return result;
+
+  WriteLog(log, L"Get third child");
+  BerNode& identifiers = node.children[2];
+  if (identifiers.tag != kTagSet) return Fail(log, L"Invalid node tag", kErrorWrongTag);
+  result = DecodeIdentifiers(identifiers, stream, message, log);
+  if (result != 0) return result;
+
+  WriteLog(log, L"Auth message decoded sucessfully");
+  return 0;
+}
+
+uint32_t DecodeSignature(const BerNode& node, const BerStream& stream,
+                         std::vector<uint8_t>& signature, Logger* log) {
+  if (node.tag != kTagOctetString) return Fail(log, L"Invalid node tag", kErrorWrongTag);
+  const uint32_t result = GetValue(node, stream, L"Get node value", signature, log);
+  if (result != 0) return result;
+  WriteLog(log, L"Signature decoded successfully");
+  return 0;
+}
+
+// The root and its direct children, as both messages start.
+uint32_t LoadRoot(BerNode& root, BerStream& stream) {
+  const uint32_t result = LoadNode(root, stream, 0);
+  if (result != 0) return result;
+  return LoadChildren(root, stream, 1);
+}
+
+uint32_t DecodeTimeMessage(BerNode& node, BerStream& stream, SignedTimeMessage& message,
+                           Logger* log) {
+  if (node.tag != kTagSequence) return Fail(log, L"Invalid node tag", kErrorWrongTag);
+  uint32_t result = LoadChildren(node, stream, 1);
+  if (result != 0) return result;
+  if (node.children.size() != 2) {
+    return Fail(log, L"Invalid number of children", kErrorWrongChildCount);
+  }
+  const BerNode& challenge = node.children[0];
+  if (challenge.tag != kTagOctetString) return Fail(log, L"Invalid node tag", kErrorWrongTag);
+  result = GetContents(challenge, stream, message.challenge);
+  if (result != 0) return result;
+  const BerNode& time = node.children[1];
+  if (time.tag != kTagGeneralizedTime) return Fail(log, L"Invalid node tag", kErrorWrongTag);
+  std::vector<uint8_t> value;
+  result = GetContents(time, stream, value);
+  if (result != 0) return result;
+  result = DecodeTime(message.executionTime, value, log);
+  if (result != 0) return result;
+  WriteLog(log, L"Finished to decode time message successfully");
+  return 0;
+}
+
+}  // namespace
+
+uint32_t DecodeTime(int64_t& seconds, const std::vector<uint8_t>& contents, Logger* log) {
+  WriteLog(log, L"Get time from byte array");
+  WriteLog(log, L"Check time value");
+  constexpr size_t kDigits = 14;  // YYYYMMDDhhmmss
+  if (contents.size() < kDigits) {
+    return Fail(log, L"Time is null. Error invalid data", kErrorInvalidData);
+  }
+  WriteLog(log, L"Assign time value");
+  // Not validated: any octet counts as its distance from '0'; the conversion normalises.
+  const auto number = [&contents](size_t first, size_t count) {
+    int value = 0;
+    for (size_t i = first; i < first + count; ++i) value = value * 10 + (contents[i] - '0');
+    return value;
+  };
+  std::tm time{};
+  time.tm_year = number(0, 4) - 1900;
+  time.tm_mon = number(4, 2) - 1;
+  time.tm_mday = number(6, 2);
+  time.tm_hour = number(8, 2);
+  time.tm_min = number(10, 2);
+  time.tm_sec = number(12, 2);
+  time.tm_isdst = 0;
+  seconds = LocalTimeToSeconds(time);
+  WriteLog(log, L"Time is successfully set");
+  return 0;
+}
+
+uint32_t DecodeSignedAuthMessage(SignedAuthMessage& message, const std::vector<uint8_t>& bytes,
+                                 Logger* log) {
+  SignedAuthMessage decoded;
+  BerStream stream(bytes);
+  BerNode root;
+  WriteLog(log, L"Load Ber Node");
+  uint32_t result = LoadRoot(root, stream);
+  if (result != 0) return result;
+  if (root.tag != kTagSequence || root.children.size() != 2) {
+    return Fail(log, L"Invalid children number", kErrorWrongChildCount);
+  }
+  BerNode& authMessage = root.children[0];
+  if (authMessage.tag != kTagSequence) return Fail(log, L"Invalid node tag", kErrorWrongTag);
+  result = GetEncoding(authMessage, stream, decoded.messageBytes);
+  if (result != 0) {
+    LogCode(log, L"Failed to get buffer. Error code: ", result);
+    return result;
+  }
+  WriteLog(log, L"Decode auth message");
+  result = DecodeAuthMessage(authMessage, stream, decoded, log);
+  if (result != 0) return result;
+  result = DecodeSignature(root.children[1], stream, decoded.signature, log);
+  if (result != 0) return result;
+  message = std::move(decoded);
+  return 0;
+}
+
+uint32_t DecodeSignedTimeMessage(SignedTimeMessage& message, const std::vector<uint8_t>& bytes,
+                                 Logger* log) {
+  SignedTimeMessage decoded;
+  BerStream stream(bytes);
+  BerNode root;
+  WriteLog(log, L"Load node");
+  uint32_t result = LoadRoot(root, stream);
+  if (result != 0) {
+    LogCode(log, L"Cannot load node. Error code: ", result);
+    return result;
+  }
+  if (root.tag != kTagSequence) return Fail(log, L"Invalid node tag", kErrorWrongTag);
+  if (root.children.size() != 2) {
+    return Fail(log, L"Invalid number of children", kErrorWrongChildCount);
+  }
+  result = GetEncoding(root.children[0], stream, decoded.messageBytes);
+  if (result != 0) {
+    LogCode(log, L"Could not get buffer. Error code: ", result);
+    return result;
+  }
+  WriteLog(log, L"Decode time message");
+  result = DecodeTimeMessage(root.children[0], stream, decoded, log);
+  if (result != 0) {
+    LogCode(log, L"Failed to decode time message. Error code: ", result);
+    return result;
+  }
+  WriteLog(log, L"Decode signature");
+  result = DecodeSignature(root.children[1], stream, decoded.signature, log);
+  if (result != 0) {
+    LogCode(log, L"Failed to get decode signature. Error code: ", result);
+    return result;
+  }
+  WriteLog(log, L"Finished to decode signed time successfully");
+  message = std::move(decoded);
+  return 0;
+}
+
+}  // namespace tarn

@@ -1,0 +1,69 @@
+// Decoding the two signed messages of the authorization service into plain records: the signed
+// authorization message (-authToken) and the signed time message (-executionTime), both BER.
+//
+//   SignedAuthMessage ::= SEQUENCE { authMessage AuthMessage, signature OCTET STRING }
+//   AuthMessage ::= SEQUENCE {
+//     validity SEQUENCE { validFrom GeneralizedTime, validTo GeneralizedTime },
+//     permissions SET OF ENUMERATED,
+//     identifiers SET OF SEQUENCE { type ENUMERATED, value OCTET STRING OPTIONAL } }
+//   SignedTimeMessage ::= SEQUENCE {
+//     timeMessage SEQUENCE { challenge OCTET STRING, executionTime GeneralizedTime },
+//     signature OCTET STRING }
+//
+// Tags are compared by number only. The signature covers the complete encoding of the first
+// child; that is what `messageBytes` holds.
+#pragma once
+
+#include <cstdint>
+#include <map>
+#include <set>
+#include <string>
+#include <vector>
+
+namespace tarn {
+
+class Logger;
+
+inline constexpr uint32_t kErrorWrongTag = 18000;
+inline constexpr uint32_t kErrorWrongChildCount = 18001;
+inline constexpr uint32_t kErrorEmptyValue = 18003;
+
+// Identifier types of the authorization message.
+inline constexpr uint32_t kIdentifierHardwareId = 0;
+inline constexpr uint32_t kIdentifierSha256HardwareId = 1;  // lowercase hex of SHA-256
+
+struct SignedAuthMessage {
+  int64_t validFrom = 0;  // seconds, see DecodeTime
+  int64_t validTo = 0;
+  std::set<uint32_t> permissions;
+  // Type -> values; elements of the same type merge. A type given without a value is present
+  // with no values.
+  std::map<uint32_t, std::set<std::string>> identifiers;
+  std::vector<uint8_t> messageBytes;
+  std::vector<uint8_t> signature;
+};
+
+struct SignedTimeMessage {
+  std::vector<uint8_t> challenge;  // the challenge text's bytes as signed by the service
+  int64_t executionTime = 0;       // seconds, see DecodeTime
+  std::vector<uint8_t> messageBytes;
+  std::vector<uint8_t> signature;
+};
+
+/// 0, or 18000 / 18001 / 18003 / 13 / a BER reader code; `message` is untouched on failure.
+uint32_t DecodeSignedAuthMessage(SignedAuthMessage& message, const std::vector<uint8_t>& bytes,
+                                 Logger* log);
+
+/// 0, or 18000 / 18001 / 18003 / 13 / a BER reader code; `message` is untouched on failure.
+uint32_t DecodeSignedTimeMessage(SignedTimeMessage& message, const std::vector<uint8_t>& bytes,
+                                 Logger* log);
+
+// GeneralizedTime contents to seconds: the first 14 characters as YYYYMMDDhhmmss (the rest, such
+// as a trailing Z, ignored; digits not validated) through the C library's local-time conversion
+// with daylight saving off. Every time of both messages goes through this same conversion, a
+// fixed shift by the zone's standard offset, so comparing validity bounds with the execution time
+// does not depend on the time zone. An unrepresentable time gives -1, as the conversion does.
+// Fewer than 14 characters count as no time: 13, `seconds` untouched.
+uint32_t DecodeTime(int64_t& seconds, const std::vector<uint8_t>& contents, Logger* log);
+
+}  // namespace tarn
