@@ -1,0 +1,62 @@
+#include "tests/e2e/simulated_agent.h"
+
+#include <windows.h>
+
+#include "tests/e2e/tool_runner.h"
+
+namespace tarn::e2e {
+
+void AgentTest::SetUp() {
+  kit_ = sim::KitOfBuildTree(BuildDirectory());
+  uint32_t state = 0;
+  bool running = true;
+  for (const auto& service : sim::kAgentServices) {
+    running = running && sim::QueryAgentServiceState(service, &state) == 0 &&
+              state == SERVICE_RUNNING;
+  }
+  if (!running || !std::filesystem::exists(sim::AgentDirectory() / "oxsdk.dll")) {
+    ASSERT_EQ(sim::InstallAgent(kit_, sim::InstallOptions{}), 0u);
+  }
+  ASSERT_EQ(sim::SelectScenario(kit_, L"healthy"), 0u);
+  ASSERT_EQ(sim::ClearJournal(), 0u);
+  ASSERT_EQ(sim::ClearRebootMarker(), 0u);
+}
+
+void AgentTest::TearDown() {
+  if (keyDeleted_) {
+    EXPECT_EQ(sim::RestoreSecurityServiceKey(), 0u);
+  }
+  if (libraryReplaced_) {
+    EXPECT_EQ(sim::UseModuleVariant(kit_, sim::Module::kOxsdk, L"timestamped"), 0u);
+  }
+  EXPECT_EQ(sim::ClearRebootMarker(), 0u);
+}
+
+void AgentTest::UseScenario(const std::string& json) { ASSERT_EQ(sim::WriteScenario(json), 0u); }
+
+void AgentTest::UseStatusOutput(const std::string& output) {
+  UseScenario(R"({"methods":{"Product.GetStatus":{"reply":{"error":0,"output":)" + output +
+              "}}}}");
+}
+
+void AgentTest::UseLibraryVariant(const wchar_t* variant) {
+  libraryReplaced_ = true;
+  ASSERT_EQ(sim::UseModuleVariant(kit_, sim::Module::kOxsdk, variant), 0u);
+}
+
+std::vector<rapidjson::Document> AgentTest::Journal(const char* kind) {
+  std::vector<std::string> lines;
+  EXPECT_EQ(sim::ReadJournal(&lines), 0u);
+  std::vector<rapidjson::Document> entries;
+  for (const auto& line : lines) {
+    rapidjson::Document entry;
+    entry.Parse(line.c_str());
+    if (!entry.HasParseError() && entry.IsObject() && entry.HasMember("kind") &&
+        std::string(entry["kind"].GetString()) == kind) {
+      entries.push_back(std::move(entry));
+    }
+  }
+  return entries;
+}
+
+}  // namespace tarn::e2e
