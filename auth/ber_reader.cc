@@ -14,23 +14,17 @@ bool IsEndOfContents(const BerNode& node) {
          !node.indefinite;
 }
 
-}  // namespace
+// `budget` is the number of nodes one public call may still load. A child may overrun its parent,
+// and then the octets after the parent are read again as the parent's sibling: nested overruns
+// make the tree grow exponentially with depth (128 octets of "30 06 30 02" give eight million
+// nodes at depth 64). A well-formed encoding holds at most one node per two octets, so one node
+// per octet of the stream is generous; an input that needs more fails as a bad read.
+uint32_t LoadChildren(BerNode& node, BerStream& stream, int32_t depth, uint64_t& budget);
 
-bool BerStream::ReadOctet(uint8_t& octet) {
-  if (position_ >= size_) return false;
-  octet = data_[position_++];
-  return true;
-}
-
-bool BerStream::ReadAt(uint64_t position, uint64_t length, std::vector<uint8_t>& out) const {
-  // Written so that nothing overflows whatever the two values are.
-  if (position > size_ || length > size_ - position) return false;
-  out.assign(data_ + position, data_ + position + length);
-  return true;
-}
-
-uint32_t LoadNode(BerNode& node, BerStream& stream, int32_t depth) {
+uint32_t LoadNode(BerNode& node, BerStream& stream, int32_t depth, uint64_t& budget) {
   if (depth < kBerMinDepth || depth > kBerMaxDepth) return kErrorBerDepthRange;
+  if (budget == 0) return kErrorBerRead;
+  --budget;
   node = BerNode();
   node.start = stream.Position();
 
@@ -63,13 +57,13 @@ uint32_t LoadNode(BerNode& node, BerStream& stream, int32_t depth) {
   if (length > kMaxPosition - node.headerLength - node.start) return kErrorBerRead;
   node.totalLength = node.headerLength + length;
 
-  const uint32_t result = LoadChildren(node, stream, depth);
+  const uint32_t result = LoadChildren(node, stream, depth, budget);
   if (result != 0) return result;
   if (node.constructed) node.complete = true;
   return 0;
 }
 
-uint32_t LoadChildren(BerNode& node, BerStream& stream, int32_t depth) {
+uint32_t LoadChildren(BerNode& node, BerStream& stream, int32_t depth, uint64_t& budget) {
   if (!node.indefinite && !(node.constructed && depth >= 1)) return 0;
   node.children.clear();
   uint64_t position = node.start + node.headerLength;
@@ -83,7 +77,7 @@ uint32_t LoadChildren(BerNode& node, BerStream& stream, int32_t depth) {
     }
     stream.Seek(position);
     BerNode child;
-    const uint32_t result = LoadNode(child, stream, depth - 1);
+    const uint32_t result = LoadNode(child, stream, depth - 1, budget);
     if (result != 0) return result;
     // LoadNode guarantees child.start + child.totalLength fits, and totalLength >= 2, so the
     // position only moves forward and the loop ends at the stream's end at the latest.
@@ -99,6 +93,31 @@ uint32_t LoadChildren(BerNode& node, BerStream& stream, int32_t depth) {
       node.children.push_back(std::move(child));
     }
   }
+}
+
+}  // namespace
+
+bool BerStream::ReadOctet(uint8_t& octet) {
+  if (position_ >= size_) return false;
+  octet = data_[position_++];
+  return true;
+}
+
+bool BerStream::ReadAt(uint64_t position, uint64_t length, std::vector<uint8_t>& out) const {
+  // Written so that nothing overflows whatever the two values are.
+  if (position > size_ || length > size_ - position) return false;
+  out.assign(data_ + position, data_ + position + length);
+  return true;
+}
+
+uint32_t LoadNode(BerNode& node, BerStream& stream, int32_t depth) {
+  uint64_t budget = stream.Size();
+  return LoadNode(node, stream, depth, budget);
+}
+
+uint32_t LoadChildren(BerNode& node, BerStream& stream, int32_t depth) {
+  uint64_t budget = stream.Size();
+  return LoadChildren(node, stream, depth, budget);
 }
 
 uint32_t GetContents(const BerNode& node, const BerStream& stream, std::vector<uint8_t>& out) {

@@ -56,6 +56,10 @@ struct BerNode {
 // describes a node ending beyond any stream: it fails with kErrorBerRead at once. Any smaller
 // length is accepted here even when it runs past the buffer; reading such a node's children,
 // contents or encoding then fails with kErrorBerRead.
+//
+// One call loads at most as many nodes as the stream has octets and fails with kErrorBerRead
+// beyond that (so does LoadChildren): only children that overrun their parents, reading the same
+// octets as several nodes, get there.
 uint32_t LoadNode(BerNode& node, BerStream& stream, int32_t depth);
 
 // Loads the node's direct children with depth - 1 (depth 1 loads exactly one level). Children

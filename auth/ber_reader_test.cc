@@ -41,6 +41,8 @@ std::string Describe(const BerNode& node) {
 TEST(BerReaderTest, LoadsHeadersAndChildrenAsDepthAllows) {
   const std::string deep64 = Repeat("30 80", 64) + Repeat("00 00", 64);
   const std::string deep65 = Repeat("30 80", 65) + Repeat("00 00", 65);
+  // Each "30 06" holds two "30 02" that overrun into the next "30 06": 2^(depth/2) nodes.
+  const std::string overruns = Repeat("30 06 30 02", 40) + Repeat("00", 8);
   struct Case {
     const char* name;
     std::string bytes;
@@ -86,6 +88,9 @@ TEST(BerReaderTest, LoadsHeadersAndChildrenAsDepthAllows) {
        "U4 10/18446744073709551615"},
       {"huge child length ends the parent's loop", "30 0c 04 88 7f ff ff ff ff ff ff ff", 1, 0,
        "U16* 2/14 [U4 10/9223372036854775817]"},
+      {"overruns reading the same octets as ever more nodes", overruns, 64, 2, ""},
+      {"the same, two levels", overruns, 2, 0,
+       "U16* 2/8 [U16* 2/4 [U16* 2/8], U16* 2/4 [U16* 2/8]]"},
       {"64 nested indefinite levels", deep64, 0, 0, ""},
       {"65 nested indefinite levels", deep65, 0, 3, ""},
       {"depth 64", "30 00", 64, 0, "U16* 2/2"},

@@ -1,0 +1,48 @@
+#!/usr/bin/env bash
+# Regenerates the issued seeds of the corpora with the test issuer and a throwaway key. The
+# committed seeds come from here; inputs that once made a target fail sit beside them
+# (crash-*, slow-*) and are kept.
+set -euo pipefail
+here=$(cd "$(dirname "${BASH_SOURCE[0]}")" && pwd)
+issuer=$here/../tools/auth-issuer/auth_issuer.py
+tmp=$(mktemp -d)
+trap 'rm -rf "$tmp"' EXIT
+"$issuer" keypair --dir "$tmp" --cn auth.arvantis.example >/dev/null
+sign=(--cert "$tmp/cert.pem" --key "$tmp/key.pem")
+
+auth() {  # NAME ARGS...: one authorization message seed
+  local name=$1; shift
+  "$issuer" auth "${sign[@]}" "$@" --der "$here/corpus/auth_message/$name.der"
+}
+time_() {
+  local name=$1; shift
+  "$issuer" time "${sign[@]}" "$@" --der "$here/corpus/time_message/$name.der"
+}
+
+valid=(--valid-from 20250101000000Z --valid-to 20300101000000Z)
+auth issued-full "${valid[@]}" --permission 3 --permission 19 --permission 20 \
+  --permission 21 --permission 22 --identifier 0:HW-0001 --hardware-id-hash HW-0001
+auth issued-empty-sets "${valid[@]}"
+auth issued-type-only "${valid[@]}" --permission 4294967295 --identifier 1 --identifier 0:A \
+  --identifier 0:B
+auth issued-without-z --valid-from 20250101000000 --valid-to 2025 --permission 3
+auth issued-indefinite "${valid[@]}" --permission 3 --identifier 0:HW --break indefinite
+auth issued-overlong "${valid[@]}" --permission 3 --break overlong
+auth issued-deep "${valid[@]}" --permission 3 --break deep=66
+auth issued-truncated "${valid[@]}" --permission 3 --break truncate=7
+
+challenge=$("$issuer" challenge --nonce 000102030405060708090a0b0c0d0e0f --auth-token seed)
+time_ issued-time --challenge "$challenge" --execution-time 20260101000000Z
+time_ issued-time-without-z --challenge c --execution-time 20260101000000
+time_ issued-time-empty --challenge "" --execution-time ""
+time_ issued-time-indefinite --challenge "$challenge" --execution-time 20260101000000Z \
+  --break indefinite
+time_ issued-time-truncated --challenge "$challenge" --execution-time 20260101000000Z \
+  --break truncate=30
+
+# The reader sees everything the decoders see, plus a few shapes of its own.
+cp "$here"/corpus/auth_message/issued-*.der "$here"/corpus/time_message/issued-*.der \
+  "$here/corpus/ber_reader/"
+printf '\x30\x80\x30\x80\x02\x01\x05\x00\x00\x00\x00' >"$here/corpus/ber_reader/nested-indefinite"
+printf '\x04\x88\xff\xff\xff\xff\xff\xff\xff\xf5' >"$here/corpus/ber_reader/largest-length"
+printf '\x1f\x01\x00\xdf\x00' >"$here/corpus/ber_reader/tag-31"
