@@ -5,7 +5,6 @@
 #include <algorithm>
 #include <filesystem>
 #include <fstream>
-#include <functional>
 #include <string>
 
 #include "app/log.h"
@@ -209,18 +208,22 @@ TEST(AuthMessagesTest, TimeReadsFourteenCharactersWithoutValidatingThem) {
   EXPECT_EQ(seconds("", 13), -7);
 }
 
-std::vector<std::string> LoggedLines(const std::function<void(Logger*)>& decode) {
+// What one decode logs, without the time stamps, one line per step.
+std::string LoggedLines(const Bytes& bytes, bool time) {
   const auto dir = std::filesystem::temp_directory_path() / "tarn-auth-messages-test";
   std::filesystem::remove_all(dir);
   std::filesystem::create_directories(dir);
   {
     Logger logger((dir / "log.txt").wstring());
-    decode(&logger);
+    SignedAuthMessage auth;
+    SignedTimeMessage signedTime;
+    time ? DecodeSignedTimeMessage(signedTime, bytes, &logger)
+         : DecodeSignedAuthMessage(auth, bytes, &logger);
   }
-  std::vector<std::string> lines;
+  std::string lines;
   std::ifstream file(dir / "log.txt");
   for (std::string line; std::getline(file, line);) {
-    lines.push_back(line.substr(line.find(' ', line.find(' ') + 1) + 1));  // after the stamp
+    lines += line.substr(line.find(' ', line.find(' ') + 1) + 1) + "\n";  // after the stamp
   }
   file.close();
   std::filesystem::remove_all(dir);
@@ -228,87 +231,58 @@ std::vector<std::string> LoggedLines(const std::function<void(Logger*)>& decode)
 }
 
 TEST(AuthMessagesTest, LogsEveryStepInOrder) {
-  const std::vector<std::string> time = {"Get time from byte array", "Check time value",
-                                         "Assign time value", "Time is successfully set"};
-  std::vector<std::string> expected = {"Load Ber Node",
-                                       "Decode auth message",
-                                       "Get number of children",
-                                       "Get first child",
-                                       "Get number of nodes from first child",
-                                       "Decode validity",
-                                       "Get child tag",
-                                       "Get child value"};
-  expected.insert(expected.end(), time.begin(), time.end());
-  expected.insert(expected.end(), {"Get second child", "Get child tag", "Get child value"});
-  expected.insert(expected.end(), time.begin(), time.end());
-  expected.insert(expected.end(), {"Get second child", "Decode permissions"});
-  for (const char* permission : {"3", "21"}) {
-    expected.insert(expected.end(), {"Check node tag", "Get node value", "Get permission value",
-                                     std::string("Permission inserted: ") + permission});
-  }
-  expected.insert(expected.end(),
-                  {"Finished to decode permissions", "Get third child", "Decode identifiers"});
-  for (const std::string& identifier :
-       {std::string("0|HW-ONE"), std::string("1|") + issued::kHardwareIdHash}) {
-    expected.insert(
-        expected.end(),
-        {"Check node tag", "Get child node", "Check child tag", "Get node value",
-         "Get identifier type value", "Identifier type value: " + identifier.substr(0, 1),
-         "Get identifier value", "Check node tag", "Get node value", "Get value",
-         "Identifier value inserted: " + identifier.substr(2)});
-  }
-  expected.insert(expected.end(),
-                  {"Identifiers decoded successfully", "Auth message decoded sucessfully",
-                   "Get node value", "Signature decoded successfully"});
-  EXPECT_EQ(LoggedLines([](Logger* log) {
-              SignedAuthMessage message;
-              DecodeSignedAuthMessage(message, issued::kAuthMessage, log);
-            }),
-            expected);
-
-  expected = {"Load node", "Decode time message"};
-  expected.insert(expected.end(), time.begin(), time.end());
-  expected.insert(
-      expected.end(),
-      {"Finished to decode time message successfully", "Decode signature", "Get node value",
-       "Signature decoded successfully", "Finished to decode signed time successfully"});
-  EXPECT_EQ(LoggedLines([](Logger* log) {
-              SignedTimeMessage message;
-              DecodeSignedTimeMessage(message, issued::kTimeMessage, log);
-            }),
-            expected);
-
-  // Failures end with their own line; a code from below is passed on with it.
-  const std::vector<std::string> failures[] = {
-      LoggedLines([](Logger* log) {
-        SignedTimeMessage message;
-        DecodeSignedTimeMessage(message, Time(Text(0x04, "c"), Text(0x18, "")), log);
-      }),
-      LoggedLines([](Logger* log) {
-        SignedTimeMessage message;
-        DecodeSignedTimeMessage(message, Time(Text(0x04, "c"), kFrom, Text(0x04, "")), log);
-      }),
-      LoggedLines([](Logger* log) {
-        SignedTimeMessage message;
-        DecodeSignedTimeMessage(message, Bytes{0x30}, log);
-      }),
-      LoggedLines([](Logger* log) {
-        SignedAuthMessage message;
-        DecodeSignedAuthMessage(message, issued::kAuthOverlong, log);
-      }),
+  const std::string time =
+      "Get time from byte array\nCheck time value\nAssign time value\nTime is successfully set\n";
+  const auto permission = [](const std::string& number) {
+    return "Check node tag\nGet node value\nGet permission value\nPermission inserted: " + number +
+           "\n";
   };
-  EXPECT_EQ(failures[0], (std::vector<std::string>{
-                             "Load node", "Decode time message", "Get time from byte array",
-                             "Check time value", "Time is null. Error invalid data",
-                             "Failed to decode time message. Error code: 13"}));
-  ASSERT_GE(failures[1].size(), 3u);
-  EXPECT_EQ(std::vector<std::string>(failures[1].end() - 3, failures[1].end()),
-            (std::vector<std::string>{"Get node value", "Empty buffer value",
-                                      "Failed to get decode signature. Error code: 18003"}));
-  EXPECT_EQ(failures[2],
-            (std::vector<std::string>{"Load node", "Cannot load node. Error code: 2"}));
-  ASSERT_FALSE(failures[3].empty());
-  EXPECT_EQ(failures[3].back(), "Get node value");  // the signature's contents are not there
+  const auto identifier = [](const std::string& type, const std::string& value) {
+    return "Check node tag\nGet child node\nCheck child tag\nGet node value\n"
+           "Get identifier type value\nIdentifier type value: " +
+           type +
+           "\nGet identifier value\nCheck node tag\nGet node value\nGet value\n"
+           "Identifier value inserted: " +
+           value + "\n";
+  };
+  EXPECT_EQ(LoggedLines(issued::kAuthMessage, false),
+            "Load Ber Node\nDecode auth message\nGet number of children\nGet first child\n"
+            "Get number of nodes from first child\nDecode validity\n"
+            "Get child tag\nGet child value\n" +
+                time + "Get second child\nGet child tag\nGet child value\n" + time +
+                "Get second child\nDecode permissions\n" + permission("3") + permission("21") +
+                "Finished to decode permissions\nGet third child\nDecode identifiers\n" +
+                identifier("0", "HW-ONE") + identifier("1", issued::kHardwareIdHash) +
+                "Identifiers decoded successfully\nAuth message decoded sucessfully\n"
+                "Get node value\nSignature decoded successfully\n");
+  EXPECT_EQ(LoggedLines(issued::kTimeMessage, true),
+            "Load node\nDecode time message\n" + time +
+                "Finished to decode time message successfully\nDecode signature\n"
+                "Get node value\nSignature decoded successfully\n"
+                "Finished to decode signed time successfully\n");
+
+  // A failure ends with its own line, and a code from below is passed on with it.
+  struct Case {
+    Bytes bytes;
+    bool time;
+    std::string last;
+  } cases[] = {
+      {Time(Text(0x04, "c"), Text(0x18, "")), true,
+       "Check time value\nTime is null. Error invalid data\n"
+       "Failed to decode time message. Error code: 13\n"},
+      {Time(Text(0x04, "c"), kFrom, Text(0x04, "")), true,
+       "Get node value\nEmpty buffer value\nFailed to get decode signature. Error code: 18003\n"},
+      {{0x30}, true, "Load node\nCannot load node. Error code: 2\n"},
+      {Time(Text(0x04, "c"), kFrom, Text(0x03, "s")), true,
+       "Decode signature\nInvalid node tag\nFailed to get decode signature. Error code: 18000\n"},
+      {issued::kAuthOverlong, false, "Auth message decoded sucessfully\nGet node value\n"},
+      {Auth(Seq({kFrom}), kPermissions, kIdentifiers), false,
+       "Get number of nodes from first child\nInvalid children count\n"},
+  };
+  for (const auto& c : cases) {
+    const std::string lines = LoggedLines(c.bytes, c.time);
+    EXPECT_EQ(lines.substr(lines.size() - std::min(lines.size(), c.last.size())), c.last);
+  }
 }
 
 }  // namespace
