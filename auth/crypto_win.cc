@@ -1,0 +1,354 @@
+#include <windows.h>
+
+// clang-format off
+#include <bcrypt.h>
+#include <wincrypt.h>
+// clang-format on
+
+#include <algorithm>
+#include <climits>
+#include <new>
+
+#include "app/log.h"
+#include "auth/crypto.h"
+#include "base/build_config.h"
+#include "base/result_codes.h"
+#include "base/win_handles.h"
+
+namespace tarn {
+namespace {
+
+using UniqueCertChain =
+    UniqueHandle<handle_traits::Traits<PCCERT_CHAIN_CONTEXT, nullptr, CertFreeCertificateChain>>;
+
+// The thread's last error after a failed call. A failure the platform leaves without an error
+// must not read as success to the caller, so it becomes "invalid data".
+uint32_t FailureCode() {
+  const DWORD error = GetLastError();
+  return error != 0 ? error : kErrorInvalidData;
+}
+
+void LogCode(Logger* log, const wchar_t* message, uint32_t code) {
+  WriteLog(log, message + std::to_wstring(code));
+}
+
+template <typename Container>
+bool Allocate(Container& buffer, size_t size) {
+  try {
+    buffer.resize(size);
+    return true;
+  } catch (const std::bad_alloc&) {
+    return false;
+  }
+}
+
+// Certificate names are 8-bit text; the log takes each byte as one character.
+std::wstring Widen(const std::string& text) {
+  std::wstring wide;
+  for (char c : text) wide += static_cast<wchar_t>(static_cast<unsigned char>(c));
+  return wide;
+}
+
+DWORD Size(const std::vector<uint8_t>& bytes) { return static_cast<DWORD>(bytes.size()); }
+
+// The certificate's subject, or its issuer with CERT_NAME_ISSUER_FLAG, as a simple display name.
+uint32_t GetSimpleName(std::string& name, PCCERT_CONTEXT certificate, DWORD flags,
+                       const wchar_t* sizeStep, const wchar_t* nameStep, Logger* log) {
+  WriteLog(log, sizeStep);
+  const DWORD size =
+      CertGetNameStringA(certificate, CERT_NAME_SIMPLE_DISPLAY_TYPE, flags, nullptr, nullptr, 0);
+  if (size == 0) {
+    const uint32_t code = FailureCode();
+    LogCode(log, L"Could not get certificate name size. Error code: ", code);
+    return code;
+  }
+  std::string buffer;
+  if (!Allocate(buffer, size)) {
+    WriteLog(log, L"Not enough memory");
+    return kErrorNotEnoughMemory;
+  }
+  WriteLog(log, nameStep);
+  const DWORD written = CertGetNameStringA(certificate, CERT_NAME_SIMPLE_DISPLAY_TYPE, flags,
+                                           nullptr, buffer.data(), size);
+  if (written == 0) {
+    const uint32_t code = FailureCode();
+    LogCode(log, L"Could not get certificate name. Error code: ", code);
+    return code;
+  }
+  buffer.resize(written - 1);  // the count includes the terminating null
+  name = std::move(buffer);
+  return 0;
+}
+
+// SHA-256 for VerifySignature's steps; logs the failure.
+bool HashStep(std::vector<uint8_t>& digest, const std::vector<uint8_t>& data, Logger* log) {
+  if (const uint32_t code = ComputeSha256(digest, data.data(), data.size(), log)) {
+    LogCode(log, L"Failed to compute hash. Error code: ", code);
+    return false;
+  }
+  return true;
+}
+
+}  // namespace
+
+uint32_t DecodeBase64(std::vector<uint8_t>& bytes, const std::wstring& text, Logger* log) {
+  // Command-line texts are far below 4 GiB.
+  const DWORD length = static_cast<DWORD>(text.size());
+  WriteLog(log, L"Crypt string to Binary to get size of certificate data");
+  DWORD size = 0;
+  if (!CryptStringToBinaryW(text.c_str(), length, CRYPT_STRING_BASE64, nullptr, &size, nullptr,
+                            nullptr)) {
+    WriteLog(log, L"Could not crypt string to binary");
+    return FailureCode();
+  }
+  std::vector<uint8_t> buffer;
+  if (!Allocate(buffer, size)) {
+    WriteLog(log, L"Not enough memory to crypt certificate");
+    return kErrorNotEnoughMemory;
+  }
+  WriteLog(log, L"Crypt string to binary to get certificate data");
+  if (!CryptStringToBinaryW(text.c_str(), length, CRYPT_STRING_BASE64, buffer.data(), &size,
+                            nullptr, nullptr)) {
+    WriteLog(log, L"Could not crypt string to binary");
+    return FailureCode();
+  }
+  buffer.resize(size);
+  bytes = std::move(buffer);
+  WriteLog(log, L"Data retrieved successfully");
+  return 0;
+}
+
+uint32_t ValidateCertificate(bool& isValid, const std::wstring& certificatePath,
+                             const std::vector<uint8_t>& certificateBytes, bool fromFile,
+                             Logger* log) {
+  isValid = false;
+  WriteLog(log, L"Validate certificate");
+  UniqueCertStore store;
+  if (fromFile) {
+    WriteLog(log, L"Open certificate from path: " + certificatePath);
+    store.reset(CertOpenStore(CERT_STORE_PROV_FILENAME_W, X509_ASN_ENCODING, 0,
+                              CERT_STORE_OPEN_EXISTING_FLAG, certificatePath.c_str()));
+    if (!store) {
+      const uint32_t code = FailureCode();
+      LogCode(log, L"Failed to open certificate from path. Error code: ", code);
+      return code;
+    }
+  } else {
+    WriteLog(log, L"Open certificate");
+    store.reset(CertOpenStore(CERT_STORE_PROV_MEMORY, 0, 0, 0, nullptr));
+    if (!store) {
+      const uint32_t code = FailureCode();
+      LogCode(log, L"Failed to open certificate. Error code: ", code);
+      return code;
+    }
+    WriteLog(log, L"Add certificate data to certificate in store");
+    if (!CertAddEncodedCertificateToStore(store.get(), X509_ASN_ENCODING, certificateBytes.data(),
+                                          Size(certificateBytes), CERT_STORE_ADD_USE_EXISTING,
+                                          nullptr)) {
+      const uint32_t code = FailureCode();
+      LogCode(log, L"Failed to add encoded certificate to store. Error code: ", code);
+      return code;
+    }
+  }
+
+  WriteLog(log, L"Check certificates from store");
+  bool verdict = false;
+  UniqueCertContext certificate;
+  // The enumeration frees the context it is handed, so the owner lets go of it first.
+  for (PCCERT_CONTEXT next = CertEnumCertificatesInStore(store.get(), nullptr); next != nullptr;
+       next = CertEnumCertificatesInStore(store.get(), certificate.release())) {
+    certificate.reset(next);
+    WriteLog(log, L"Get certificate name");
+    const DWORD nameSize = CertGetNameStringA(certificate.get(), CERT_NAME_SIMPLE_DISPLAY_TYPE, 0,
+                                              nullptr, nullptr, 0);
+    if (nameSize <= 1) {
+      // The name only identifies the certificate; the chain alone decides.
+      WriteLog(log, L"Certificate name not found");
+    } else {
+      std::string name;
+      if (!Allocate(name, nameSize)) {
+        WriteLog(log, L"Not enough memory for allocating to nameString variable");
+        return kErrorNotEnoughMemory;
+      }
+      CertGetNameStringA(certificate.get(), CERT_NAME_SIMPLE_DISPLAY_TYPE, 0, nullptr, name.data(),
+                         nameSize);
+    }
+
+    CERT_CHAIN_PARA parameters{};
+    parameters.cbSize = sizeof parameters;
+    UniqueCertChain chain;
+    if (!CertGetCertificateChain(HCCE_CURRENT_USER, certificate.get(), nullptr, store.get(),
+                                 &parameters, 0, nullptr, chain.put())) {
+      const uint32_t code = FailureCode();
+      LogCode(log, L"Cannot build certificate chain. Error code: ", code);
+      return code;
+    }
+    // Without a reachable revocation list the status is unknown; that alone is tolerated.
+    verdict = (chain.get()->TrustStatus.dwErrorStatus & ~CERT_TRUST_REVOCATION_STATUS_UNKNOWN) == 0;
+    WriteLog(log, L"Certificate validity: " + std::to_wstring(verdict));
+  }
+
+  WriteLog(log, L"Close certificate store");
+  if (!CertCloseStore(store.release(), CERT_CLOSE_STORE_CHECK_FLAG)) {
+    const uint32_t code = FailureCode();
+    LogCode(log, L"Could not close certificate store. Error code: ", code);
+    return code;
+  }
+  isValid = verdict;
+  WriteLog(log, L"Finished validating the certificate");
+  return 0;
+}
+
+uint32_t ValidateCertificateInformation(bool& isValid, const std::vector<uint8_t>& certificateBytes,
+                                        Logger* log) {
+  isValid = false;
+  WriteLog(log, L"Create certificate context");
+  UniqueCertContext certificate(CertCreateCertificateContext(
+      X509_ASN_ENCODING, certificateBytes.data(), Size(certificateBytes)));
+  if (!certificate) {
+    const uint32_t code = FailureCode();
+    LogCode(log, L"Could not create certificate context. Error code: ", code);
+    return code;
+  }
+
+  std::string subject;
+  if (const uint32_t code =
+          GetSimpleName(subject, certificate.get(), 0, L"Get certificate name size",
+                        L"Get certificate name", log)) {
+    return code;
+  }
+  WriteLog(log, L"Check if certificate subject is the same as the authorized one");
+  if (subject != TARN_AUTH_SERVICE_HOST) {
+    WriteLog(log, L"Subjects are not the same: " + Widen(subject));
+    return 0;
+  }
+
+  std::string issuer;
+  if (const uint32_t code =
+          GetSimpleName(issuer, certificate.get(), CERT_NAME_ISSUER_FLAG,
+                        L"Get certificate issuer name size", L"Get certificate issuer name", log)) {
+    return code;
+  }
+  WriteLog(log, L"Check if certificate issuer is the same as the authorized one");
+  if (issuer != kAuthorizationIssuer) {
+    WriteLog(log, L"Issuers are not the same: " + Widen(issuer));
+    return 0;
+  }
+
+  isValid = true;
+  WriteLog(log, L"Finished validating certificate information. Certificate has valid information");
+  return 0;
+}
+
+uint32_t ComputeSha256(std::vector<uint8_t>& digest, const uint8_t* data, size_t length,
+                       Logger* /*log*/) {
+  UniqueBcryptAlgorithm algorithm;
+  NTSTATUS status =
+      BCryptOpenAlgorithmProvider(algorithm.put(), BCRYPT_SHA256_ALGORITHM, nullptr, 0);
+  if (status != 0) return static_cast<uint32_t>(status);
+
+  DWORD objectLength = 0;
+  DWORD digestLength = 0;
+  ULONG written = 0;
+  status =
+      BCryptGetProperty(algorithm.get(), BCRYPT_OBJECT_LENGTH,
+                        reinterpret_cast<PUCHAR>(&objectLength), sizeof objectLength, &written, 0);
+  if (status != 0) return static_cast<uint32_t>(status);
+  status =
+      BCryptGetProperty(algorithm.get(), BCRYPT_HASH_LENGTH,
+                        reinterpret_cast<PUCHAR>(&digestLength), sizeof digestLength, &written, 0);
+  if (status != 0) return static_cast<uint32_t>(status);
+
+  const HANDLE heap = GetProcessHeap();
+  void* object = HeapAlloc(heap, 0, objectLength);
+  if (object == nullptr) return kErrorNotEnoughMemory;
+  // Declared before the hash, so the hash is destroyed before the memory it lives in.
+  auto freeObject = scope_exit([heap, object] {
+    LastErrorKeeper keep;
+    HeapFree(heap, 0, object);
+  });
+
+  UniqueBcryptHash hash;
+  status = BCryptCreateHash(algorithm.get(), hash.put(), static_cast<PUCHAR>(object), objectLength,
+                            nullptr, 0, 0);
+  if (status != 0) return static_cast<uint32_t>(status);
+  do {  // once for empty data too
+    const ULONG chunk = static_cast<ULONG>(std::min<size_t>(length, ULONG_MAX));
+    status = BCryptHashData(hash.get(), const_cast<PUCHAR>(data), chunk, 0);
+    if (status != 0) return static_cast<uint32_t>(status);
+    data += chunk;
+    length -= chunk;
+  } while (length > 0);
+
+  std::vector<uint8_t> result(digestLength);
+  status = BCryptFinishHash(hash.get(), result.data(), digestLength, 0);
+  if (status != 0) return static_cast<uint32_t>(status);
+  digest = std::move(result);
+  return 0;
+}
+
+bool VerifySignature(const std::vector<uint8_t>& certificateBytes,
+                     const std::vector<uint8_t>& signature,
+                     const std::vector<uint8_t>& messageBytes, Logger* log) {
+  WriteLog(log, L"Create certificate context");
+  UniqueCertContext certificate(CertCreateCertificateContext(
+      X509_ASN_ENCODING, certificateBytes.data(), Size(certificateBytes)));
+  if (!certificate) {
+    LogCode(log, L"Could not create certificate context. Error code: ", FailureCode());
+    return false;
+  }
+
+  WriteLog(log, L"Import public key info");
+  UniqueBcryptKey key;
+  if (!CryptImportPublicKeyInfoEx2(X509_ASN_ENCODING,
+                                   &certificate.get()->pCertInfo->SubjectPublicKeyInfo, 0, nullptr,
+                                   key.put())) {
+    LogCode(log, L"Cannot import public key info. Error code: ", FailureCode());
+    return false;
+  }
+
+  WriteLog(log, L"Compute hash for auth message");
+  std::vector<uint8_t> messageHash;
+  if (!HashStep(messageHash, messageBytes, log)) return false;
+  WriteLog(log, L"Compute hash for certificate");
+  std::vector<uint8_t> certificateHash;
+  if (!HashStep(certificateHash, certificateBytes, log)) return false;
+  WriteLog(log, L"Compute hashes for auth message and certificate");
+  std::vector<uint8_t> both = messageHash;
+  both.insert(both.end(), certificateHash.begin(), certificateHash.end());
+  std::vector<uint8_t> signedHash;
+  if (!HashStep(signedHash, both, log)) return false;
+
+  WriteLog(log, L"Verify signature");
+  BCRYPT_PKCS1_PADDING_INFO padding{BCRYPT_SHA256_ALGORITHM};
+  const NTSTATUS status = BCryptVerifySignature(
+      key.get(), &padding, signedHash.data(), Size(signedHash),
+      const_cast<PUCHAR>(signature.data()), Size(signature), BCRYPT_PAD_PKCS1);
+  if (status != 0) {
+    LogCode(log, L"Failed to verify signature. Error code: ", static_cast<uint32_t>(status));
+    return false;
+  }
+  WriteLog(log, L"Finished verifying signature successfully");
+  return true;
+}
+
+uint32_t GenerateRandomBytes(std::vector<uint8_t>& buffer, Logger* log) {
+  WriteLog(log, L"Allocate buffer memory");
+  std::vector<uint8_t> bytes;
+  if (!Allocate(bytes, kRandomByteCount)) {
+    WriteLog(log, L"Failed to allocate memory. Not enough memory");
+    return kErrorNotEnoughMemory;
+  }
+  WriteLog(log, L"Generate random bytes");
+  const NTSTATUS status = BCryptGenRandom(nullptr, bytes.data(), static_cast<ULONG>(bytes.size()),
+                                          BCRYPT_USE_SYSTEM_PREFERRED_RNG);
+  if (status != 0) {
+    LogCode(log, L"Failed to generate random bytes. Error code: ", static_cast<uint32_t>(status));
+    return static_cast<uint32_t>(status);
+  }
+  buffer = std::move(bytes);
+  WriteLog(log, L"Finished to generate random number successfully");
+  return 0;
+}
+
+}  // namespace tarn

@@ -1,0 +1,294 @@
+// The crypto services against the test PKI, in a prefix that trusts it (sim/pki/trust.sh), with
+// signatures made by OpenSSL at build time (auth/crypto_test_fixtures.sh).
+#include <gtest/gtest.h>
+
+#include <cstring>
+#include <fstream>
+#include <iterator>
+
+#include "auth/challenge.h"
+#include "auth/crypto.h"
+#include "auth/crypto/crypto_fixtures.h"
+#include "auth/test_log_capture.h"
+#include "base/build_config.h"
+#include "base/text.h"
+
+namespace tarn {
+namespace {
+
+using crypto_fixtures::kMessage;
+using Messages = std::vector<std::string>;
+
+std::wstring PkiFile(const char* name) {
+  return std::wstring(crypto_fixtures::kPkiDir) + L"\\" + std::wstring(name, name + strlen(name));
+}
+
+std::vector<uint8_t> ReadFile(const std::wstring& path) {
+  std::ifstream in(path.c_str(), std::ios::binary);
+  return {std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>()};
+}
+
+std::vector<uint8_t> Certificate(const char* name) {
+  std::vector<uint8_t> der = ReadFile(PkiFile(name));
+  EXPECT_FALSE(der.empty()) << name;
+  return der;
+}
+
+std::vector<uint8_t> Bytes(const std::string& text) { return {text.begin(), text.end()}; }
+
+TEST(DecodeBase64Test, DecodesOrLeavesTheBytesAlone) {
+  struct Case {
+    const wchar_t* text;
+    uint32_t result;
+    std::string bytes;  // expected on success
+  } cases[] = {
+      {L"TWFu", 0, "Man"},
+      {L"TWFu\r\nTWE=", 0, "ManMa"},  // line breaks, as in a certificate file
+      {L"AAH+/w==", 0, std::string("\x00\x01\xfe\xff", 4)},
+      {L"!!!!", 13, ""},
+  };
+  for (const Case& c : cases) {
+    SCOPED_TRACE(testing::PrintToString(std::wstring(c.text)));
+    std::vector<uint8_t> bytes = {42};
+    LogCapture log("tarn-base64-test");
+    EXPECT_EQ(DecodeBase64(bytes, c.text, log.get()), c.result);
+    if (c.result == 0) {
+      EXPECT_EQ(bytes, Bytes(c.bytes));
+      EXPECT_EQ(log.Take(), (Messages{"Crypt string to Binary to get size of certificate data",
+                                      "Crypt string to binary to get certificate data",
+                                      "Data retrieved successfully"}));
+    } else {
+      EXPECT_EQ(bytes, std::vector<uint8_t>{42});
+      EXPECT_EQ(log.Take(), (Messages{"Crypt string to Binary to get size of certificate data",
+                                      "Could not crypt string to binary"}));
+    }
+  }
+}
+
+TEST(DecodeBase64Test, CertificateTextGivesTheCertificate) {
+  const std::vector<uint8_t> text = ReadFile(PkiFile("auth-leaf.b64"));
+  std::vector<uint8_t> bytes;
+  ASSERT_EQ(DecodeBase64(bytes, std::wstring(text.begin(), text.end()), nullptr), 0u);
+  EXPECT_EQ(bytes, Certificate("auth-leaf.cer"));
+}
+
+TEST(ValidateCertificateTest, ChainDecidesForTheCertificateAsGiven) {
+  struct Case {
+    const char* name;
+    bool valid;
+  } cases[] = {
+      {"auth-leaf", true},
+      {"auth-leaf-rekeyed", true},
+      {"auth-leaf-wrong-subject", true},  // names are not this check's concern
+      {"auth-leaf-other-ca", true},
+      {"auth-leaf-expired", false},
+      {"auth-leaf-untrusted", false},
+  };
+  for (const Case& c : cases) {
+    SCOPED_TRACE(c.name);
+    const std::string name = c.name;
+    const std::vector<uint8_t> der = Certificate((name + ".cer").c_str());
+    bool isValid = !c.valid;
+    LogCapture log("tarn-certificate-test");
+    EXPECT_EQ(ValidateCertificate(isValid, L"", der, false, log.get()), 0u);
+    EXPECT_EQ(isValid, c.valid);
+    EXPECT_EQ(log.Take(),
+              (Messages{"Validate certificate", "Open certificate",
+                        "Add certificate data to certificate in store",
+                        "Check certificates from store", "Get certificate name",
+                        std::string("Certificate validity: ") + (c.valid ? "1" : "0"),
+                        "Close certificate store", "Finished validating the certificate"}));
+
+    // From a file: the text form the tool is pointed at, and the plain encoding.
+    for (const char* extension : {".b64", ".cer"}) {
+      SCOPED_TRACE(extension);
+      isValid = !c.valid;
+      EXPECT_EQ(
+          ValidateCertificate(isValid, PkiFile((name + extension).c_str()), {}, true, nullptr), 0u);
+      EXPECT_EQ(isValid, c.valid);
+    }
+  }
+}
+
+TEST(ValidateCertificateTest, LastCertificateOfTheStoreStands) {
+  // The same two certificates, expired and valid, in both orders: the verdicts differ, and each
+  // is the verdict of the certificate checked last.
+  std::vector<bool> verdicts;
+  for (const wchar_t* bundle : {L"expired-then-valid.p7b", L"valid-then-expired.p7b"}) {
+    SCOPED_TRACE(testing::PrintToString(std::wstring(bundle)));
+    LogCapture log("tarn-certificate-bundle-test");
+    bool isValid = false;
+    const std::wstring path = std::wstring(crypto_fixtures::kBundleDir) + L"\\" + bundle;
+    ASSERT_EQ(ValidateCertificate(isValid, path, {}, true, log.get()), 0u);
+    Messages validity;
+    for (const std::string& message : log.Take()) {
+      if (message.rfind("Certificate validity: ", 0) == 0) validity.push_back(message);
+    }
+    ASSERT_EQ(validity.size(), 2u);
+    EXPECT_NE(validity[0], validity[1]);
+    EXPECT_EQ(validity[1], std::string("Certificate validity: ") + (isValid ? "1" : "0"));
+    verdicts.push_back(isValid);
+  }
+  EXPECT_NE(verdicts[0], verdicts[1]);
+}
+
+TEST(ValidateCertificateTest, UnreadableInputIsTheSystemError) {
+  bool isValid = true;
+  LogCapture log("tarn-certificate-error-test");
+  EXPECT_EQ(ValidateCertificate(isValid, PkiFile("absent.cer"), {}, true, log.get()), 2u);
+  EXPECT_FALSE(isValid);
+  EXPECT_EQ(log.Take(),
+            (Messages{"Validate certificate",
+                      "Open certificate from path: " + WideToSingleByte(PkiFile("absent.cer")),
+                      "Failed to open certificate from path. Error code: 2"}));
+
+  isValid = true;
+  EXPECT_NE(ValidateCertificate(isValid, L"", Bytes("not a certificate"), false, log.get()), 0u);
+  EXPECT_FALSE(isValid);
+  const Messages messages = log.Take();
+  EXPECT_EQ(messages.back().rfind("Failed to add encoded certificate to store. Error code: ", 0),
+            0u);
+}
+
+TEST(ValidateCertificateInformationTest, SubjectAndIssuerMustBeTheServiceOnes) {
+  const std::string expectedStart[] = {
+      "Create certificate context", "Get certificate name size", "Get certificate name",
+      "Check if certificate subject is the same as the authorized one"};
+  struct Case {
+    const char* file;
+    bool valid;
+    const char* last;  // last log message
+  } cases[] = {
+      {"auth-leaf.cer", true,
+       "Finished validating certificate information. Certificate has valid information"},
+      // Names only: the chain is ValidateCertificate's concern.
+      {"auth-leaf-expired.cer", true,
+       "Finished validating certificate information. Certificate has valid information"},
+      {"auth-leaf-untrusted.cer", true,
+       "Finished validating certificate information. Certificate has valid information"},
+      {"auth-leaf-wrong-subject.cer", false,
+       "Subjects are not the same: other-service.arvantis.example"},
+      {"auth-leaf-other-ca.cer", false, "Issuers are not the same: TARN Test Other TLS CA"},
+      {"auth-ca.cer", false,
+       "Subjects are not the same: DigiCert Global G2 TLS RSA SHA256 2020 CA1"},
+  };
+  for (const Case& c : cases) {
+    SCOPED_TRACE(c.file);
+    bool isValid = !c.valid;
+    LogCapture log("tarn-certificate-information-test");
+    EXPECT_EQ(ValidateCertificateInformation(isValid, Certificate(c.file), log.get()), 0u);
+    EXPECT_EQ(isValid, c.valid);
+    const Messages messages = log.Take();
+    ASSERT_GE(messages.size(), 5u);
+    EXPECT_EQ(Messages(messages.begin(), messages.begin() + 4),
+              Messages(std::begin(expectedStart), std::end(expectedStart)));
+    EXPECT_EQ(messages.back(), c.last);
+  }
+  const std::string host = TARN_AUTH_SERVICE_HOST;
+  ASSERT_NE(host, "other-service.arvantis.example");
+
+  bool isValid = true;
+  EXPECT_NE(ValidateCertificateInformation(isValid, Bytes("junk"), nullptr), 0u);
+  EXPECT_FALSE(isValid);
+}
+
+TEST(ComputeSha256Test, KnownDigests) {
+  // Python's hashlib.
+  struct Case {
+    std::string data;
+    const char* digest;
+  } cases[] = {
+      {"", "e3b0c44298fc1c149afbf4c8996fb92427ae41e4649b934ca495991b7852b855"},
+      {"abc", "ba7816bf8f01cfea414140de5dae2223b00361a396177a9cb410ff61f20015ad"},
+      {std::string(1000000, 'a'),
+       "cdc76e5c9914fb9281a1c7e284d73e67f1809a48a497200e046d39ccc7112cd0"},
+  };
+  for (const Case& c : cases) {
+    std::vector<uint8_t> digest;
+    ASSERT_EQ(ComputeSha256(digest, reinterpret_cast<const uint8_t*>(c.data.data()), c.data.size(),
+                            nullptr),
+              0u);
+    EXPECT_EQ(ToLowerHex(digest), c.digest) << c.data.size();
+  }
+}
+
+TEST(ComputeSha256Test, ChallengeOfAKnownNonceAndText) {
+  // Python's hashlib: SHA-256(00..0f || SHA-256("MIIBfixture")).
+  std::vector<uint8_t> nonce;
+  for (uint8_t i = 0; i < 16; ++i) nonce.push_back(i);
+  std::string challenge;
+  ASSERT_EQ(ComputeChallenge(challenge, nonce, L"MIIBfixture", ComputeSha256, nullptr), 0u);
+  EXPECT_EQ(challenge, "42fc120c1aa3a138442863b373187a682a1dd35cc1e6d0c778da87f7c91c285d");
+}
+
+TEST(VerifySignatureTest, SignatureMustBeByTheKeyAndBoundToTheCertificate) {
+  using crypto_fixtures::kLeafSignature;
+  using crypto_fixtures::kRekeyedSignature;
+  using crypto_fixtures::kUnboundSignature;
+  std::vector<uint8_t> tamperedMessage = kMessage;
+  tamperedMessage[0] ^= 1;
+  std::vector<uint8_t> tamperedSignature = kLeafSignature;
+  tamperedSignature.back() ^= 1;
+  const std::vector<uint8_t> none;
+  struct Case {
+    const char* name;
+    const char* certificate;
+    const std::vector<uint8_t>& signature;
+    const std::vector<uint8_t>& message;
+    bool verified;
+  } cases[] = {
+      {"signed by the certificate's key", "auth-leaf.cer", kLeafSignature, kMessage, true},
+      {"another key and certificate", "auth-leaf-rekeyed.cer", kRekeyedSignature, kMessage, true},
+      {"message changed", "auth-leaf.cer", kLeafSignature, tamperedMessage, false},
+      {"signature changed", "auth-leaf.cer", tamperedSignature, kMessage, false},
+      {"other key", "auth-leaf.cer", kRekeyedSignature, kMessage, false},
+      {"other certificate", "auth-leaf-rekeyed.cer", kLeafSignature, kMessage, false},
+      {"not bound to the certificate", "auth-leaf.cer", kUnboundSignature, kMessage, false},
+      {"no signature", "auth-leaf.cer", none, kMessage, false},
+  };
+  for (const Case& c : cases) {
+    SCOPED_TRACE(c.name);
+    LogCapture log("tarn-signature-test");
+    EXPECT_EQ(VerifySignature(Certificate(c.certificate), c.signature, c.message, log.get()),
+              c.verified);
+    Messages expected = {"Create certificate context",
+                         "Import public key info",
+                         "Compute hash for auth message",
+                         "Compute hash for certificate",
+                         "Compute hashes for auth message and certificate",
+                         "Verify signature"};
+    const Messages messages = log.Take();
+    ASSERT_EQ(messages.size(), expected.size() + 1);
+    EXPECT_EQ(Messages(messages.begin(), messages.end() - 1), expected);
+    if (c.verified) {
+      EXPECT_EQ(messages.back(), "Finished verifying signature successfully");
+    } else {
+      EXPECT_EQ(messages.back().rfind("Failed to verify signature. Error code: ", 0), 0u);
+    }
+  }
+}
+
+TEST(VerifySignatureTest, UnreadableCertificateIsNotVerified) {
+  LogCapture log("tarn-signature-error-test");
+  EXPECT_FALSE(
+      VerifySignature(Bytes("junk"), crypto_fixtures::kLeafSignature, kMessage, log.get()));
+  const Messages messages = log.Take();
+  ASSERT_EQ(messages.size(), 2u);
+  EXPECT_EQ(messages[1].rfind("Could not create certificate context. Error code: ", 0), 0u);
+}
+
+TEST(GenerateRandomBytesTest, SixteenFreshBytesEachTime) {
+  std::vector<uint8_t> first;
+  std::vector<uint8_t> second;
+  LogCapture log("tarn-random-test");
+  ASSERT_EQ(GenerateRandomBytes(first, log.get()), 0u);
+  ASSERT_EQ(GenerateRandomBytes(second, nullptr), 0u);
+  EXPECT_EQ(first.size(), 16u);
+  EXPECT_EQ(second.size(), 16u);
+  EXPECT_NE(first, second);
+  EXPECT_EQ(log.Take(), (Messages{"Allocate buffer memory", "Generate random bytes",
+                                  "Finished to generate random number successfully"}));
+}
+
+}  // namespace
+}  // namespace tarn

@@ -1,0 +1,126 @@
+#include <windows.h>
+
+// clang-format off
+#include <sddl.h>
+// clang-format on
+
+#include <new>
+#include <string>
+
+#include "app/log.h"
+#include "auth/nonce_store.h"
+#include "base/result_codes.h"
+#include "base/win_handles.h"
+
+namespace tarn {
+namespace {
+
+void LogCode(Logger* log, const wchar_t* message, uint32_t code) {
+  WriteLog(log, message + std::to_wstring(code));
+}
+
+bool Allocate(std::vector<uint8_t>& buffer, size_t size) {
+  try {
+    buffer.resize(size);
+    return true;
+  } catch (const std::bad_alloc&) {
+    return false;
+  }
+}
+
+}  // namespace
+
+uint32_t ReadNonce(std::vector<uint8_t>& nonce, Logger* log) {
+  WriteLog(log, L"Allocate memory for buffer");
+  std::vector<uint8_t> buffer;
+  if (!Allocate(buffer, kNonceLength)) {
+    WriteLog(log, L"Failed to allocate enough memory");
+    return kErrorNotEnoughMemory;
+  }
+
+  WriteLog(log, L"Open registry key");
+  UniqueHkey key;
+  if (const LSTATUS status =
+          RegOpenKeyExA(HKEY_CURRENT_USER, kNonceKeyPath, 0, KEY_READ, key.put())) {
+    LogCode(log, L"Failed to open key registry. Error code: ", status);
+    return status;
+  }
+
+  WriteLog(log, L"Get key value");
+  if (const LSTATUS status =
+          RegQueryValueExA(key.get(), kNonceValueName, nullptr, nullptr, nullptr, nullptr)) {
+    LogCode(log, L"Failed to read key value. Error code: ", status);
+    return status;
+  }
+
+  WriteLog(log, L"Copy value to buffer");
+  DWORD size = static_cast<DWORD>(buffer.size());
+  LSTATUS status;
+  // The value may be longer than a nonce; the registry then says how much room it needs.
+  while ((status = RegQueryValueExA(key.get(), kNonceValueName, nullptr, nullptr, buffer.data(),
+                                    &size)) == ERROR_MORE_DATA) {
+    WriteLog(log, L"Read more data");
+    if (!Allocate(buffer, size)) {
+      WriteLog(log, L"Failed to allocate enough memory");
+      return kErrorNotEnoughMemory;
+    }
+  }
+  if (status != ERROR_SUCCESS) {
+    LogCode(log, L"Failed to copy value to buffer. Error code: ", status);
+    return status;
+  }
+  buffer.resize(size);
+  nonce = std::move(buffer);
+  WriteLog(log, L"Registry key was read successfully");
+  return 0;
+}
+
+uint32_t StoreNonce(const std::vector<uint8_t>& nonce, Logger* log) {
+  WriteLog(log, L"Create registry key");
+  UniqueHkey key;
+  if (const LSTATUS status =
+          RegCreateKeyExA(HKEY_CURRENT_USER, kNonceKeyPath, 0, nullptr, REG_OPTION_NON_VOLATILE,
+                          KEY_ALL_ACCESS, nullptr, key.put(), nullptr)) {
+    LogCode(log, L"Failed to create registry key. Error code: ", status);
+    return status;
+  }
+
+  WriteLog(log, L"Set value in registry");
+  if (const LSTATUS status = RegSetValueExA(key.get(), kNonceValueName, 0, REG_SZ, nonce.data(),
+                                            static_cast<DWORD>(nonce.size()))) {
+    LogCode(log, L"Failed to set value in registry. Error code: ", status);
+    return status;
+  }
+
+  WriteLog(log, L"Create security descriptor object");
+  UniqueHlocal descriptor;
+  if (!ConvertStringSecurityDescriptorToSecurityDescriptorA(
+          kNonceKeyAccessList, SDDL_REVISION_1,
+          reinterpret_cast<PSECURITY_DESCRIPTOR*>(descriptor.put()), nullptr)) {
+    // A failure without an error must still stop the store: the key would stay open to all.
+    const uint32_t code = GetLastError() != 0 ? GetLastError() : kErrorInvalidData;
+    LogCode(log, L"Failed to create security descriptor. Error code: ", code);
+    return code;
+  }
+  WriteLog(log, L"Security descriptor created successfully");
+
+  WriteLog(log, L"Set registry key security descriptor");
+  if (const LSTATUS status =
+          RegSetKeySecurity(key.get(), DACL_SECURITY_INFORMATION, descriptor.get())) {
+    LogCode(log, L"Failed to set security descriptor: Error code: ", status);
+    return status;
+  }
+  WriteLog(log, L"Registry key security descriptor set successfully");
+
+  WriteLog(log, L"Close registry key");
+  key.reset();
+  WriteLog(log, L"Registry closed successfully");
+  WriteLog(log, L"Finished creating registry successfully");
+  return 0;
+}
+
+uint32_t DeleteNonceKey(Logger* /*log*/) {
+  return static_cast<uint32_t>(RegDeleteKeyA(HKEY_CURRENT_USER, kNonceKeyPath));
+}
+
+}  // namespace tarn

@@ -1,0 +1,179 @@
+#include <windows.h>
+
+// clang-format off
+#include <sddl.h>
+// clang-format on
+
+#include <gtest/gtest.h>
+
+#include <string>
+
+#include "auth/nonce_store.h"
+#include "auth/test_log_capture.h"
+#include "base/win_handles.h"
+
+namespace tarn {
+namespace {
+
+using Messages = std::vector<std::string>;
+
+// HKEY_CURRENT_USER of this process points into a private key during each test, so the tests
+// never meet the nonce of a tool run in the same prefix.
+class NonceStoreTest : public testing::Test {
+ protected:
+  void SetUp() override {
+    ASSERT_EQ(RegCreateKeyExA(HKEY_CURRENT_USER, root_.c_str(), 0, nullptr, 0, KEY_ALL_ACCESS,
+                              nullptr, privateRoot_.put(), nullptr),
+              0);
+    ASSERT_EQ(RegOverridePredefKey(HKEY_CURRENT_USER, privateRoot_.get()), 0);
+  }
+  void TearDown() override {
+    DeleteNonceKey(nullptr);
+    RegOverridePredefKey(HKEY_CURRENT_USER, nullptr);
+    privateRoot_.reset();
+    RegDeleteKeyA(HKEY_CURRENT_USER, root_.c_str());
+  }
+
+  static UniqueHkey OpenNonceKey(REGSAM access, LSTATUS& status) {
+    UniqueHkey key;
+    status = RegOpenKeyExA(HKEY_CURRENT_USER, kNonceKeyPath, 0, access, key.put());
+    return key;
+  }
+
+  // The value as stored, read with the one right it needs.
+  static std::vector<uint8_t> StoredValue(DWORD& type) {
+    LSTATUS status;
+    UniqueHkey key = OpenNonceKey(KEY_QUERY_VALUE, status);
+    EXPECT_EQ(status, 0);
+    std::vector<uint8_t> data(256);
+    DWORD size = static_cast<DWORD>(data.size());
+    EXPECT_EQ(RegQueryValueExA(key.get(), kNonceValueName, nullptr, &type, data.data(), &size), 0);
+    data.resize(size);
+    return data;
+  }
+
+  // Replaces the key's access list by one that lets everyone read. Windows lets administrators
+  // open the restricted key with KEY_READ; Wine's access check refuses it (the deny-write entry
+  // names READ_CONTROL), so a test that reads through ReadNonce opens the key up first.
+  static void OpenUpKey() {
+    LSTATUS status;
+    UniqueHkey key = OpenNonceKey(WRITE_DAC, status);
+    ASSERT_EQ(status, 0);
+    UniqueHlocal open;
+    ASSERT_TRUE(ConvertStringSecurityDescriptorToSecurityDescriptorA(
+        "D:(A;OICI;KA;;;WD)", SDDL_REVISION_1, reinterpret_cast<PSECURITY_DESCRIPTOR*>(open.put()),
+        nullptr));
+    ASSERT_EQ(RegSetKeySecurity(key.get(), DACL_SECURITY_INFORMATION, open.get()), 0);
+  }
+
+ private:
+  std::string root_ = "Software\\tarn-nonce-store-test-" + std::to_string(GetCurrentProcessId());
+  UniqueHkey privateRoot_;
+};
+
+const std::vector<uint8_t> kNonce = {0x00, 0x81, 0x8d, 0x8f, 0x90, 0x9d, 0xff, 0x00,
+                                     0x41, 0x7f, 0x80, 0xa0, 0xe9, 0x0a, 0x0d, 0x01};
+
+TEST_F(NonceStoreTest, StoreKeepsTheRawBytesUnderTheRestrictedAccessList) {
+  LogCapture log("tarn-nonce-store-test");
+  ASSERT_EQ(StoreNonce(kNonce, log.get()), 0u);
+  EXPECT_EQ(
+      log.Take(),
+      (Messages{"Create registry key", "Set value in registry", "Create security descriptor object",
+                "Security descriptor created successfully", "Set registry key security descriptor",
+                "Registry key security descriptor set successfully", "Close registry key",
+                "Registry closed successfully", "Finished creating registry successfully"}));
+
+  DWORD type = 0;
+  EXPECT_EQ(StoredValue(type), kNonce);
+  EXPECT_EQ(type, static_cast<DWORD>(REG_SZ));
+
+  // The key's access list is exactly the restricted one.
+  LSTATUS status;
+  UniqueHkey key = OpenNonceKey(READ_CONTROL, status);
+  ASSERT_EQ(status, 0);
+  DWORD size = 0;
+  RegGetKeySecurity(key.get(), DACL_SECURITY_INFORMATION, nullptr, &size);
+  std::vector<uint8_t> stored(size);
+  ASSERT_EQ(RegGetKeySecurity(key.get(), DACL_SECURITY_INFORMATION, stored.data(), &size), 0);
+  UniqueHlocal expected;
+  ASSERT_TRUE(ConvertStringSecurityDescriptorToSecurityDescriptorA(
+      kNonceKeyAccessList, SDDL_REVISION_1, reinterpret_cast<PSECURITY_DESCRIPTOR*>(expected.put()),
+      nullptr));
+  auto dacl = [](PSECURITY_DESCRIPTOR descriptor) {
+    BOOL present = FALSE, defaulted = FALSE;
+    PACL acl = nullptr;
+    EXPECT_TRUE(GetSecurityDescriptorDacl(descriptor, &present, &acl, &defaulted));
+    EXPECT_TRUE(present && acl != nullptr);
+    const auto* bytes = reinterpret_cast<const uint8_t*>(acl);
+    return acl ? std::vector<uint8_t>(bytes, bytes + acl->AclSize) : std::vector<uint8_t>();
+  };
+  EXPECT_EQ(dacl(stored.data()), dacl(expected.get()));
+
+  // Authenticated users may not write.
+  OpenNonceKey(KEY_SET_VALUE, status);
+  EXPECT_EQ(status, ERROR_ACCESS_DENIED);
+}
+
+TEST_F(NonceStoreTest, ReadGivesBackTheStoredBytes) {
+  ASSERT_EQ(StoreNonce(kNonce, nullptr), 0u);
+  OpenUpKey();
+
+  LogCapture log("tarn-nonce-read-test");
+  std::vector<uint8_t> nonce;
+  ASSERT_EQ(ReadNonce(nonce, log.get()), 0u);
+  EXPECT_EQ(nonce, kNonce);
+  EXPECT_EQ(log.Take(),
+            (Messages{"Allocate memory for buffer", "Open registry key", "Get key value",
+                      "Copy value to buffer", "Registry key was read successfully"}));
+}
+
+TEST_F(NonceStoreTest, ReadGrowsItsBufferForALongerValue) {
+  UniqueHkey key;
+  ASSERT_EQ(RegCreateKeyExA(HKEY_CURRENT_USER, kNonceKeyPath, 0, nullptr, 0, KEY_ALL_ACCESS,
+                            nullptr, key.put(), nullptr),
+            0);
+  // Binary, so that no string conversion adds or drops a terminator.
+  const std::string longer = "forty bytes of nonce, more than sixteen.";
+  ASSERT_EQ(RegSetValueExA(key.get(), kNonceValueName, 0, REG_BINARY,
+                           reinterpret_cast<const BYTE*>(longer.data()),
+                           static_cast<DWORD>(longer.size())),
+            0);
+  LogCapture log("tarn-nonce-long-test");
+  std::vector<uint8_t> nonce;
+  ASSERT_EQ(ReadNonce(nonce, log.get()), 0u);
+  EXPECT_EQ(std::string(nonce.begin(), nonce.end()), longer);
+  EXPECT_EQ(log.Take(), (Messages{"Allocate memory for buffer", "Open registry key",
+                                  "Get key value", "Copy value to buffer", "Read more data",
+                                  "Registry key was read successfully"}));
+}
+
+TEST_F(NonceStoreTest, MissingKeyOrValueFailsTheRead) {
+  std::vector<uint8_t> nonce = {42};
+  LogCapture log("tarn-nonce-missing-test");
+  EXPECT_EQ(ReadNonce(nonce, log.get()), static_cast<uint32_t>(ERROR_FILE_NOT_FOUND));
+  EXPECT_EQ(log.Take(), (Messages{"Allocate memory for buffer", "Open registry key",
+                                  "Failed to open key registry. Error code: 2"}));
+
+  UniqueHkey key;
+  ASSERT_EQ(RegCreateKeyExA(HKEY_CURRENT_USER, kNonceKeyPath, 0, nullptr, 0, KEY_ALL_ACCESS,
+                            nullptr, key.put(), nullptr),
+            0);
+  EXPECT_EQ(ReadNonce(nonce, log.get()), static_cast<uint32_t>(ERROR_FILE_NOT_FOUND));
+  EXPECT_EQ(log.Take().back(), "Failed to read key value. Error code: 2");
+  EXPECT_EQ(nonce, std::vector<uint8_t>{42});
+}
+
+TEST_F(NonceStoreTest, DeleteRemovesTheRestrictedKeyOnce) {
+  ASSERT_EQ(StoreNonce(kNonce, nullptr), 0u);
+  EXPECT_EQ(DeleteNonceKey(nullptr), 0u);
+  LSTATUS status;
+  OpenNonceKey(KEY_QUERY_VALUE, status);
+  EXPECT_EQ(status, ERROR_FILE_NOT_FOUND);
+  EXPECT_EQ(DeleteNonceKey(nullptr), static_cast<uint32_t>(ERROR_FILE_NOT_FOUND));
+  // A new store after the deletion starts from a fresh key.
+  EXPECT_EQ(StoreNonce(kNonce, nullptr), 0u);
+}
+
+}  // namespace
+}  // namespace tarn
