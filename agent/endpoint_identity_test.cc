@@ -1,0 +1,195 @@
+#include "agent/endpoint_identity.h"
+
+#include <gtest/gtest.h>
+
+#include <filesystem>
+#include <fstream>
+#include <functional>
+#include <random>
+#include <vector>
+
+#include "app/log.h"
+#include "base/result_codes.h"
+
+namespace tarn {
+namespace {
+
+// The bytes of a UTF-16 text, with or without the mark FE FF in the chosen byte order.
+std::string Utf16Bytes(std::u16string_view text, bool bigEndian, bool mark = true) {
+  std::string out;
+  for (char16_t unit : mark ? u"\uFEFF" + std::u16string(text) : std::u16string(text)) {
+    const char high = static_cast<char>(unit >> 8), low = static_cast<char>(unit & 0xFF);
+    out += bigEndian ? std::string{high, low} : std::string{low, high};
+  }
+  return out;
+}
+
+// The log messages written while `run` ran, time stamps cut off.
+std::vector<std::string> LogOf(const std::function<void(Logger*)>& run) {
+  // Unique per run: every build tree of the checkout runs these tests, maybe at the same time.
+  const auto path = std::filesystem::temp_directory_path() /
+                    ("tarn-identity-" + std::to_string(std::random_device{}()) + ".log");
+  {
+    Logger log(path.wstring());
+    run(&log);
+  }
+  std::vector<std::string> messages;
+  {
+    std::ifstream file(path);  // closed before the removal: Windows refuses to delete open files
+    for (std::string line; std::getline(file, line);) messages.push_back(line.substr(20));
+  }
+  std::filesystem::remove(path);
+  return messages;
+}
+
+TEST(EndpointIdentityTest, EncodingFollowsTheFirstBytesInTableOrder) {
+  struct Case {
+    std::string bytes;
+    uint32_t encoding;
+  } cases[] = {
+      {"+/v8-{}", kEncodingUtf7Mark},
+      {"+/v8", kEncodingNoMark},  // an incomplete mark is text
+      {std::string("\xFF\xFE\x00\x00{", 5), kEncodingUtf32LittleEndian},
+      {std::string("\x00\x00\xFE\xFF", 4), kEncodingUtf32BigEndian},
+      {std::string("\x00\x00\xFE", 3), kEncodingNoMark},
+      {"\xEF\xBB\xBF{", kEncodingUtf8Mark},
+      {"\xEF\xBB", kEncodingNoMark},
+      {"\xFE\xFF", kEncodingUtf16BigEndian},
+      {"\xFF\xFE", kEncodingUtf16LittleEndian},
+      {std::string("\xFF\xFE\x00", 3), kEncodingUtf16LittleEndian},
+      {std::string("\xFF\xFE{\x00", 4), kEncodingUtf16LittleEndian},
+      {"{\"hwid\"", kEncodingNoMark},
+      {"", kEncodingNoMark},
+  };
+  for (const auto& c : cases) {
+    EXPECT_EQ(ClassifyEncoding(c.bytes), c.encoding) << testing::PrintToString(c.bytes);
+  }
+}
+
+TEST(EndpointIdentityTest, EveryReadableEncodingYieldsTheSameIdentity) {
+  // U+00E9, U+20AC and U+1D11E: two-, three- and four-byte UTF-8, the last a UTF-16 pair.
+  const std::string json =
+      "{\"hwid\":\"HW-\xC3\xA9\",\"custid\":\"C-\xE2\x82\xAC\","
+      "\"customdata\":{\"ComputersFolder\":\"F-\xF0\x9D\x84\x9E\"}}";
+  const std::u16string json16 =
+      u"{\"hwid\":\"HW-\u00E9\",\"custid\":\"C-\u20AC\","
+      u"\"customdata\":{\"ComputersFolder\":\"F-\U0001D11E\"}}";
+  const std::string files[] = {
+      json,
+      "\xEF\xBB\xBF" + json,
+      "+/v8-" + json,
+      Utf16Bytes(json16, true),
+      Utf16Bytes(json16, false),
+      "\xEF\xBB\xBF{\"hwid\":\"HW-\\u00e9\",\"custid\":\"C-\\u20AC\","  // escapes read the same
+      "\"customdata\":{\"ComputersFolder\":\"F-\\ud834\\udd1e\"}}\r\n",
+  };
+  for (const auto& bytes : files) {
+    std::string text, hardwareId, groupId, companyId;
+    ASSERT_EQ(DecodeConfigText(bytes, ClassifyEncoding(bytes), text), 0u);
+    ASSERT_EQ(ReadConfigText(text, &hardwareId, &groupId, &companyId, nullptr), 0u) << text;
+    EXPECT_EQ(hardwareId, "HW-\xC3\xA9") << text;
+    EXPECT_EQ(companyId, "C-\xE2\x82\xAC") << text;
+    EXPECT_EQ(groupId, "F-\xF0\x9D\x84\x9E") << text;
+  }
+}
+
+TEST(EndpointIdentityTest, Utf32IsRefusedAndMalformedTextIsReplaced) {
+  std::string text = "untouched";
+  EXPECT_EQ(DecodeConfigText(std::string("\xFF\xFE\x00\x00{\x00\x00\x00", 8),
+                             kEncodingUtf32LittleEndian, text),
+            kErrorUnsupportedEncoding);
+  EXPECT_EQ(DecodeConfigText(std::string("\x00\x00\xFE\xFF", 4), kEncodingUtf32BigEndian, text),
+            kErrorUnsupportedEncoding);
+  EXPECT_EQ(text, "untouched");
+
+  struct Case {
+    std::string bytes;
+    const char* text;
+  } cases[] = {
+      {"\"a\xFF" "b\"", "\"a\xEF\xBF\xBD" "b\""},                  // stray UTF-8 byte
+      {"\xEF\xBB\xBF\"\xE2\x82\"", "\"\xEF\xBF\xBD\xEF\xBF\xBD\""},  // cut sequence
+      {Utf16Bytes(u"\"\xD800\"", false), "\"\xEF\xBF\xBD\""},       // lone surrogate
+      {Utf16Bytes(u"\"\xDC00x\"", true), "\"\xEF\xBF\xBDx\""},
+      {Utf16Bytes(u"{}", true) + "\x7D", "{}"},  // a half unit at the end is dropped
+      {"\xFF\xFE", ""},
+  };
+  for (const auto& c : cases) {
+    ASSERT_EQ(DecodeConfigText(c.bytes, ClassifyEncoding(c.bytes), text), 0u);
+    EXPECT_EQ(text, c.text);
+  }
+}
+
+TEST(EndpointIdentityTest, MissingOrMistypedMembersLeaveOutputsEmpty) {
+  struct Case {
+    const char* json;
+    uint32_t result;
+    const char* hardwareId;
+    const char* groupId;
+    const char* companyId;
+  } cases[] = {
+      {R"({"hwid":"H","custid":"C","customdata":{"ComputersFolder":"G"}})", 0, "H", "G", "C"},
+      {R"({})", 0, "", "", ""},
+      {R"({"hwid":5,"custid":null,"customdata":"G"})", 0, "", "", ""},
+      {R"({"customdata":{"ComputersFolder":["G"]},"ComputersFolder":"G"})", 0, "", "", ""},
+      {R"({"HWID":"H","custid":"C"})", 0, "", "", "C"},  // names match exactly
+      {R"(["H"])", kErrorInvalidData, "", "", ""},
+      {R"({"hwid":"H")", kErrorInvalidData, "", "", ""},
+      {"", kErrorInvalidData, "", "", ""},
+  };
+  for (const auto& c : cases) {
+    std::string hardwareId, groupId, companyId;
+    EXPECT_EQ(ReadConfigText(c.json, &hardwareId, &groupId, &companyId, nullptr), c.result)
+        << c.json;
+    EXPECT_EQ(hardwareId, c.hardwareId) << c.json;
+    EXPECT_EQ(groupId, c.groupId) << c.json;
+    EXPECT_EQ(companyId, c.companyId) << c.json;
+  }
+}
+
+TEST(EndpointIdentityTest, OnlyTheRequestedIdsAreReadAndLogged) {
+  const std::string json = R"({"hwid":"H","custid":"C","customdata":{"ComputersFolder":"G"}})";
+  std::string groupId;
+  EXPECT_EQ(LogOf([&](Logger* log) { ReadConfigText(json, nullptr, &groupId, nullptr, log); }),
+            std::vector<std::string>{"Group id is: G"});
+  EXPECT_EQ(groupId, "G");
+
+  std::string hardwareId, companyId;
+  EXPECT_EQ(LogOf([&](Logger* log) {
+              ReadConfigText(json, &hardwareId, nullptr, &companyId, log);
+            }),
+            (std::vector<std::string>{"Hardware id is: H", "Company id is: C"}));
+  EXPECT_EQ(hardwareId, "H");
+  EXPECT_EQ(companyId, "C");
+}
+
+TEST(EndpointIdentityTest, KivoroReplyWalk) {
+  struct Case {
+    const char* output;
+    const char* hardwareId;
+    const char* companyId;
+    std::vector<std::string> log;
+  } cases[] = {
+      {R"({"endpointID":"E-1","companyID":"C-1"})", "E-1", "C-1",
+       {"Search for endpointId in the received response", "HwId found: E-1",
+        "Search for companyID in the received response", "custId found: C-1"}},
+      {R"({"endpointID":"E-1"})", "E-1", "",
+       {"Search for endpointId in the received response", "HwId found: E-1",
+        "Search for companyID in the received response", "HwId not found"}},
+      {R"({"endpointId":"E-1","companyID":7})", "", "",
+       {"Search for endpointId in the received response", "HwId not found",
+        "Search for companyID in the received response", "HwId not found"}},
+  };
+  for (const auto& c : cases) {
+    rapidjson::Document output;
+    output.Parse(c.output);
+    std::string hardwareId, companyId;
+    EXPECT_EQ(LogOf([&](Logger* log) { ReadKivoroIdentity(output, companyId, hardwareId, log); }),
+              c.log)
+        << c.output;
+    EXPECT_EQ(hardwareId, c.hardwareId) << c.output;
+    EXPECT_EQ(companyId, c.companyId) << c.output;
+  }
+}
+
+}  // namespace
+}  // namespace tarn

@@ -1,0 +1,245 @@
+// The endpoint identity against the simulated agent: the configuration file as the agent writes
+// it in each of its encodings, the agent's Kivoro identity, and where the file is found. No
+// command prints the identity, so this program calls the functions the authorization gate calls.
+#include <windows.h>
+
+#include <gtest/gtest.h>
+
+#include <filesystem>
+#include <fstream>
+#include <random>
+#include <set>
+
+#include "agent/endpoint_identity.h"
+#include "agent/probes.h"
+#include "app/log.h"
+#include "base/result_codes.h"
+#include "tests/e2e/simulated_agent.h"
+
+namespace tarn::e2e {
+namespace {
+
+using sim::ConfigEncoding;
+using sim::ConfigLayout;
+
+// U+00E9, U+20AC, U+1D11E: every UTF-8 length, and a UTF-16 surrogate pair.
+const sim::Identity kFileIdentity = {"HW-\xC3\xA9-file", "CO-\xE2\x82\xAC-file",
+                                     "Folder \xF0\x9D\x84\x9E/B\xC3\xBCro"};
+
+// The log messages written while `run` ran, time stamps cut off.
+template <typename Run>
+std::vector<std::string> LogOf(Run run) {
+  const auto path = std::filesystem::temp_directory_path() /
+                    ("tarn-identity-" + std::to_string(std::random_device{}()) + ".log");
+  {
+    Logger log(path.wstring());
+    run(&log);
+  }
+  std::vector<std::string> messages;
+  {
+    std::ifstream file(path);
+    for (std::string line; std::getline(file, line);) messages.push_back(line.substr(20));
+  }
+  std::filesystem::remove(path);
+  return messages;
+}
+
+// The messages of `log` that are among `wanted`, in order: the identity's own lines without the
+// SDK session's.
+std::vector<std::string> Only(const std::vector<std::string>& log,
+                              const std::vector<std::string>& wanted) {
+  const std::set<std::string> keep(wanted.begin(), wanted.end());
+  std::vector<std::string> kept;
+  for (const auto& line : log) {
+    if (keep.count(line) != 0) kept.push_back(line);
+  }
+  return kept;
+}
+
+class IdentityTest : public AgentTest {
+ protected:
+  void TearDown() override {
+    // Back to what an installation writes, for the tests that follow.
+    std::error_code ignored;
+    std::filesystem::remove_all(sim::ConfigFilePath(ConfigLayout::kLegacy).parent_path(),
+                                ignored);
+    EXPECT_EQ(sim::WriteAgentConfig(ConfigLayout::kCurrent, ConfigEncoding::kNoMark,
+                                    sim::DefaultIdentity()),
+              0u);
+    AgentTest::TearDown();
+  }
+
+  void UseKivoroReply(const std::string& entry) {
+    UseScenario(R"({"methods":{"ar.Product.Configuration.GetKivoroIdentity":)" + entry + "}}");
+  }
+
+  static std::wstring CurrentPath() {
+    return sim::ConfigFilePath(ConfigLayout::kCurrent).wstring();
+  }
+};
+
+TEST_F(IdentityTest, ConfigurationFileReadsBackInEveryEncoding) {
+  const ConfigEncoding readable[] = {ConfigEncoding::kNoMark, ConfigEncoding::kUtf7Mark,
+                                     ConfigEncoding::kUtf8Mark, ConfigEncoding::kUtf16BigEndian,
+                                     ConfigEncoding::kUtf16LittleEndian};
+  for (const ConfigEncoding encoding : readable) {
+    const auto code = static_cast<uint32_t>(encoding);
+    ASSERT_EQ(sim::WriteAgentConfig(ConfigLayout::kCurrent, encoding, kFileIdentity), 0u);
+    uint32_t found = 99;
+    EXPECT_EQ(GetFileEncoding(CurrentPath(), found), 0u);
+    EXPECT_EQ(found, code);
+    std::string hardwareId, groupId, companyId;
+    EXPECT_EQ(ReadAgentConfigFile(CurrentPath(), &hardwareId, &groupId, &companyId, nullptr), 0u)
+        << code;
+    EXPECT_EQ(hardwareId, *kFileIdentity.hwid) << code;
+    EXPECT_EQ(companyId, *kFileIdentity.custid) << code;
+    EXPECT_EQ(groupId, *kFileIdentity.computersFolder) << code;
+  }
+  for (const ConfigEncoding encoding :
+       {ConfigEncoding::kUtf32BigEndian, ConfigEncoding::kUtf32LittleEndian}) {
+    const auto code = static_cast<uint32_t>(encoding);
+    ASSERT_EQ(sim::WriteAgentConfig(ConfigLayout::kCurrent, encoding, kFileIdentity), 0u);
+    uint32_t found = 99;
+    EXPECT_EQ(GetFileEncoding(CurrentPath(), found), 0u);
+    EXPECT_EQ(found, code);
+    std::string hardwareId, groupId, companyId;
+    EXPECT_EQ(ReadAgentConfigFile(CurrentPath(), &hardwareId, &groupId, &companyId, nullptr),
+              kErrorUnsupportedEncoding)
+        << code;
+    EXPECT_EQ(hardwareId + groupId + companyId, "") << code;
+  }
+}
+
+TEST_F(IdentityTest, ConfigurationFileLogsEveryStep) {
+  ASSERT_EQ(sim::WriteAgentConfig(ConfigLayout::kCurrent, ConfigEncoding::kUtf16LittleEndian,
+                                  {"H-1", "C-1", "G-1"}),
+            0u);
+  std::string hardwareId, groupId, companyId;
+  EXPECT_EQ(LogOf([&](Logger* log) {
+              EXPECT_EQ(ReadAgentConfigFile(CurrentPath(), &hardwareId, &groupId, &companyId, log),
+                        0u);
+            }),
+            (std::vector<std::string>{
+                "Read Oxag configuration file", "Get file encoding", "Open configuration file",
+                "Configuration file opened successfully", "Group id is: G-1",
+                "Hardware id is: H-1", "Company id is: C-1", "Configuration file closed",
+                "Finished reading from Oxag configuration file"}));
+
+  // No legacy folder: the path's folder is missing, and that error comes back.
+  const std::wstring legacy = sim::ConfigFilePath(ConfigLayout::kLegacy).wstring();
+  EXPECT_EQ(LogOf([&](Logger* log) {
+              EXPECT_EQ(ReadAgentConfigFile(legacy, &hardwareId, nullptr, nullptr, log),
+                        static_cast<uint32_t>(ERROR_PATH_NOT_FOUND));
+            }),
+            (std::vector<std::string>{"Read Oxag configuration file", "Get file encoding",
+                                      "Cannot get file encoding. Failed with error: 3. Possible "
+                                      "cause: legacy file not found"}));
+}
+
+TEST_F(IdentityTest, AgentFirstThenTheFile) {
+  const std::string agentIdentity =
+      R"({"reply":{"error":0,"output":{"endpointID":"HW-agent","companyID":"CO-agent"}}})";
+  struct Case {
+    const char* name;
+    std::string kivoroEntry;
+    bool askAgentFirst;
+    uint32_t result;
+    const char* hardwareId;
+    const char* companyId;
+    size_t requests;
+  } cases[] = {
+      {"agent answers", agentIdentity, true, 0, "HW-agent", "CO-agent", 1},
+      {"agent not asked", agentIdentity, false, kResultAgentNotAsked, "HW-file", "CO-file", 0},
+      {"agent's error", R"({"reply":{"error":5}})", true, 5, "HW-file", "CO-file", 1},
+      {"request refused", R"({"run":87})", true, kErrorRequestRefused, "HW-file", "CO-file", 1},
+      // The agent answered: its missing company id is not looked for in the file.
+      {"no companyID", R"({"reply":{"output":{"endpointID":"HW-agent"}}})", true, 0, "HW-agent",
+       "", 1},
+  };
+  ASSERT_EQ(sim::WriteAgentConfig(ConfigLayout::kCurrent, ConfigEncoding::kUtf8Mark,
+                                  {"HW-file", "CO-file", "G-file"}),
+            0u);
+  for (const auto& c : cases) {
+    UseKivoroReply(c.kivoroEntry);
+    ASSERT_EQ(sim::ClearJournal(), 0u);
+    std::string hardwareId = "stale", groupId = "stale", companyId = "stale";
+    EXPECT_EQ(GetEndpointInformation(&hardwareId, &groupId, &companyId, CurrentPath(),
+                                     c.askAgentFirst, nullptr),
+              c.result)
+        << c.name;
+    EXPECT_EQ(hardwareId, c.hardwareId) << c.name;
+    EXPECT_EQ(companyId, c.companyId) << c.name;
+    EXPECT_EQ(groupId, "G-file") << c.name;
+    EXPECT_EQ(Journal("request").size(), c.requests) << c.name;
+  }
+}
+
+TEST_F(IdentityTest, AgentFirstLogsItsWayToTheGroupId) {
+  const sim::Identity agent = sim::DefaultIdentity();  // the healthy scenario's identity too
+  const std::vector<std::string> expected = {
+      "Clearing non nullable values",
+      "Get KV Identity",
+      "Getting KV Identity using the wrapper method",
+      "KV Identity retrieved successfully",
+      "Search for endpointId in the received response",
+      "HwId found: " + *agent.hwid,
+      "Search for companyID in the received response",
+      "custId found: " + *agent.custid,
+      "Finished retrieving KV Identity with error code: 0",
+      "KV Identity retrieved successfully. Retrieving groupId",
+      "Read Oxag configuration file",
+      "Group id is: " + *agent.computersFolder,
+      "Finished reading from Oxag configuration file",
+      "Finished getting endpoint information",
+  };
+  // The file is asked for the group id only.
+  std::vector<std::string> watched = expected;
+  watched.push_back("Hardware id is: " + *agent.hwid);
+  watched.push_back("Company id is: " + *agent.custid);
+  watched.push_back("KV identity cannot be retrieved. Using legacy checks");
+
+  std::string hardwareId, groupId, companyId;
+  EXPECT_EQ(Only(LogOf([&](Logger* log) {
+                   EXPECT_EQ(GetEndpointInformation(&hardwareId, &groupId, &companyId,
+                                                    CurrentPath(), true, log),
+                             0u);
+                 }),
+                 watched),
+            expected);
+  EXPECT_EQ(hardwareId, *agent.hwid);
+  EXPECT_EQ(groupId, *agent.computersFolder);
+  EXPECT_EQ(companyId, *agent.custid);
+}
+
+TEST_F(IdentityTest, ConfigurationFileLocation) {
+  const std::wstring agentDirectory = sim::AgentDirectory().wstring();
+  std::wstring path;
+  uint8_t servicesRunning = 0;
+  EXPECT_EQ(LocateAgentConfigFile(path, servicesRunning, nullptr), 0u);
+  EXPECT_EQ(path, agentDirectory + L"\\oxagng\\oxagng.jso");
+  EXPECT_EQ(servicesRunning, 1);
+
+  // Only the legacy layout: named, but not looked at, and the services are not waited for.
+  ASSERT_TRUE(std::filesystem::remove(sim::ConfigFilePath(ConfigLayout::kCurrent)));
+  ASSERT_EQ(sim::WriteAgentConfig(ConfigLayout::kLegacy, ConfigEncoding::kNoMark,
+                                  {"HW-legacy", "CO-legacy", "G-legacy"}),
+            0u);
+  path.clear();
+  servicesRunning = 0;
+  EXPECT_EQ(LocateAgentConfigFile(path, servicesRunning, nullptr), 2u);
+  EXPECT_EQ(path, agentDirectory + L"\\oxag\\oxag.jso");
+  EXPECT_EQ(servicesRunning, 0);
+  std::string hardwareId;
+  EXPECT_EQ(ReadAgentConfigFile(path, &hardwareId, nullptr, nullptr, nullptr), 0u);
+  EXPECT_EQ(hardwareId, "HW-legacy");
+
+  keyDeleted_ = true;
+  ASSERT_EQ(sim::DeleteSecurityServiceKey(), 0u);
+  path.clear();
+  EXPECT_EQ(LocateAgentConfigFile(path, servicesRunning, nullptr), 0u);
+  EXPECT_EQ(path, L"");
+  EXPECT_EQ(servicesRunning, 0);
+}
+
+}  // namespace
+}  // namespace tarn::e2e
