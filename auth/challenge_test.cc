@@ -85,11 +85,6 @@ TEST_F(ChallengeTest, KnownVectorsGiveTheirChallenge) {
   }
 }
 
-TEST(ChallengeHexTest, TwoLowercaseDigitsPerByte) {
-  EXPECT_EQ(ToLowerHex({}), "");
-  EXPECT_EQ(ToLowerHex({0x00, 0x0f, 0xa0, 0xff, 0x5c}), "000fa0ff5c");
-}
-
 TEST(ChallengeMatchesTest, ComparesOverTheComputedLengthOnly) {
   const std::string computed = kVectors[0].challenge;
   std::string upper = computed;
@@ -126,7 +121,7 @@ TEST_F(ChallengeTest, ValidationRecomputesFromNonceAndAuthToken) {
                             "Compute hash for message data", "Compute hash for challenge",
                             "Finished to validate challenge. Challenge valid value is: 1"}));
 
-  // Signed for another nonce.
+  // Signed for another nonce and text.
   signedTime.challenge = Bytes(kVectors[1].challenge);
   isValid = true;
   EXPECT_EQ(
