@@ -86,7 +86,12 @@ uint32_t StoreNonce(const std::vector<uint8_t>& nonce, Logger* log) {
   }
 
   WriteLog(log, L"Set value in registry");
-  if (const LSTATUS status = RegSetValueExA(key.get(), kNonceValueName, 0, REG_SZ, nonce.data(),
+  // For REG_SZ data whose last byte is not null, RegSetValueExA takes a null right after the
+  // counted bytes for a forgotten terminator and stores it too. A non-null byte after the nonce
+  // (never stored) keeps the value at the nonce's length.
+  std::vector<uint8_t> data = nonce;
+  data.push_back(0xFF);
+  if (const LSTATUS status = RegSetValueExA(key.get(), kNonceValueName, 0, REG_SZ, data.data(),
                                             static_cast<DWORD>(nonce.size()))) {
     LogCode(log, L"Failed to set value in registry. Error code: ", status);
     return status;

@@ -63,16 +63,25 @@ const std::vector<uint8_t> kNonce = {0x00, 0x81, 0x8d, 0x8f, 0x90, 0x9d, 0xff, 0
                                      0x41, 0x7f, 0x80, 0xa0, 0xe9, 0x0a, 0x0d, 0x01};
 
 TEST_F(NonceStoreTest, ReadGivesBackTheStoredBytes) {
-  ASSERT_EQ(StoreNonce(kNonce, nullptr), 0u);
-  OpenUpKey();
+  // Whether the nonce holds or ends in a null must not change its length.
+  const std::vector<uint8_t> noZero = {0x01, 0x81, 0x8d, 0x8f, 0x90, 0x9d, 0xff, 0x20,
+                                       0x41, 0x7f, 0x80, 0xa0, 0xe9, 0x0a, 0x0d, 0xfe};
+  std::vector<uint8_t> endsInZero = noZero;
+  endsInZero.back() = 0x00;
+  for (const std::vector<uint8_t>& stored : {kNonce, noZero, endsInZero}) {
+    SCOPED_TRACE(testing::PrintToString(stored));
+    ASSERT_EQ(StoreNonce(stored, nullptr), 0u);
+    OpenUpKey();
 
-  LogCapture log("tarn-nonce-read-test");
-  std::vector<uint8_t> nonce;
-  ASSERT_EQ(ReadNonce(nonce, log.get()), 0u);
-  EXPECT_EQ(nonce, kNonce);
-  EXPECT_EQ(log.Take(),
-            (Messages{"Allocate memory for buffer", "Open registry key", "Get key value",
-                      "Copy value to buffer", "Registry key was read successfully"}));
+    LogCapture log("tarn-nonce-read-test");
+    std::vector<uint8_t> nonce;
+    ASSERT_EQ(ReadNonce(nonce, log.get()), 0u);
+    EXPECT_EQ(nonce, stored);
+    EXPECT_EQ(log.Take(),
+              (Messages{"Allocate memory for buffer", "Open registry key", "Get key value",
+                        "Copy value to buffer", "Registry key was read successfully"}));
+    DeleteNonceKey(nullptr);
+  }
 }
 
 TEST_F(NonceStoreTest, ReadGrowsItsBufferForALongerValue) {
