@@ -19,6 +19,7 @@ const CommandEntry kCommands[] = {
     {L"-getlastupdate", HandleGetLastUpdate, "reports the time of the last update"},
     {L"-getfeaturestatus", HandleGetFeatureStatus, "reports the state of the agent's features"},
     {L"-getversion", HandleGetVersion, "reports this tool's own version"},
+    {L"-getchallenge", HandleGetChallenge, "issues an authorization challenge"},
 };
 const size_t kCommandCount = sizeof(kCommands) / sizeof(kCommands[0]);
 

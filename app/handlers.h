@@ -22,4 +22,7 @@ uint32_t HandleCheckForUpdateErrors();
 uint32_t HandleGetUpdateStatus();
 uint32_t HandleIsUpToDate();
 
+// Authorization challenge (app/challenge_handler.cc).
+uint32_t HandleGetChallenge();
+
 }  // namespace tarn

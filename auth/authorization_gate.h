@@ -1,15 +1,81 @@
-// The authorization gate: decides before any handler runs whether the command may run.
+// The authorization gate: decides, before any handler runs, whether the command may run. Guarded
+// commands need a certificate, a signed authorization message and a signed execution time from
+// the authorization service, verified offline against this endpoint and a challenge issued by
+// "-getchallenge".
 #pragma once
 
 #include <cstdint>
+#include <map>
+#include <set>
 #include <string>
 #include <vector>
 
+#include "auth/auth_messages.h"
+
 namespace tarn {
+
+class Logger;
+
+inline constexpr uint32_t kErrorIdentifierNotMatched = 20;
+inline constexpr uint32_t kErrorNoIdentity = 30;
+inline constexpr uint32_t kErrorOptionRepeated = 85;
+inline constexpr uint32_t kErrorOptionsIncomplete = 87;
+inline constexpr uint32_t kErrorCertificateFileUnreadable = 110;
+
+// Command word -> the permission an authorization must grant for it.
+extern const std::map<std::wstring, uint32_t> CommandPermissions;
+// Guarded commands that may still run without the service, when no option is given.
+extern const std::set<std::wstring> LegacySupportedCommands;
+
+// What the gate needs from the platform, the agent and the crypto services; one seam, so that
+// the gate's own decisions are tested with fabricated answers.
+class AuthorizationServices {
+ public:
+  virtual ~AuthorizationServices() = default;
+  /// False when the file cannot be opened; `text` then untouched.
+  virtual bool ReadCertificateFile(const std::wstring& path, std::wstring& text) = 0;
+  virtual uint32_t DecodeBase64(std::vector<uint8_t>& bytes, const std::wstring& text,
+                                Logger* log) = 0;
+  virtual uint32_t ValidateCertificate(bool& isValid, const std::wstring& certificatePath,
+                                       const std::vector<uint8_t>& certificateBytes, bool fromFile,
+                                       Logger* log) = 0;
+  virtual uint32_t ValidateCertificateInformation(bool& isValid,
+                                                  const std::vector<uint8_t>& certificateBytes,
+                                                  Logger* log) = 0;
+  virtual bool VerifySignature(const std::vector<uint8_t>& certificateBytes,
+                               const std::vector<uint8_t>& signature,
+                               const std::vector<uint8_t>& messageBytes, Logger* log) = 0;
+  virtual uint32_t ReadNonce(std::vector<uint8_t>& nonce, Logger* log) = 0;
+  virtual uint32_t ValidateChallenge(bool& isValid, const std::vector<uint8_t>& nonce,
+                                     const SignedTimeMessage& signedTime,
+                                     const std::wstring& authToken, Logger* log) = 0;
+  virtual uint32_t DeleteNonceKey(Logger* log) = 0;
+  virtual uint32_t LocateAgentConfigFile(std::wstring& path, uint8_t& servicesRunning,
+                                         Logger* log) = 0;
+  // The hardware id in the agent's configuration file.
+  virtual uint32_t ReadHardwareId(const std::wstring& configPath, std::string& hardwareId,
+                                  Logger* log) = 0;
+  // The identity from the agent (asked first when `askAgent`) and its configuration file.
+  virtual uint32_t GetEndpointInformation(std::string& hardwareId, const std::wstring& configPath,
+                                          bool askAgent, Logger* log) = 0;
+  virtual uint32_t ComputeSha256(std::vector<uint8_t>& digest, const std::string& data,
+                                 Logger* log) = 0;
+};
+
+// Gathers the permissions the command in `arguments` needs; false when it needs none.
+bool IsCommandToBeAuthorized(std::vector<uint32_t>& requiredPermissions,
+                             const std::vector<std::wstring>& arguments, int32_t argumentCount,
+                             Logger* log);
+// Appends the permission of each word; false at the first word without one.
+bool FindAuthorizedCommands(std::vector<uint32_t>& requiredPermissions,
+                            const std::vector<std::wstring>& commandWords, Logger* log);
 
 // Returns 0 when a verdict was reached (it is in `authorized`), or a code that ends the process.
 // Takes the authorization options out of `arguments`, lowering `argumentCount` by 2 per pair.
 uint32_t ValidateAuthorization(bool& authorized, bool& authorizationServiceUsed,
                                std::vector<std::wstring>& arguments, int32_t& argumentCount);
+uint32_t ValidateAuthorization(AuthorizationServices& services, bool& authorized,
+                               bool& authorizationServiceUsed, std::vector<std::wstring>& arguments,
+                               int32_t& argumentCount, Logger* log);
 
 }  // namespace tarn

@@ -45,7 +45,7 @@ TEST(FrontEndTest, CommandWordsIgnoreLetterCase) {
 TEST(FrontEndTest, UnknownWordPassesTheGateThenGives160) {
   Sandbox box;
   box.EnableLogging();
-  for (const wchar_t* word : {L"-foo", L"checkis64bitos", L"-uninstall", L""}) {
+  for (const wchar_t* word : {L"-foo", L"checkis64bitos", L"-getinstallationlinks", L""}) {
     const ToolRun run = box.Run({word});
     EXPECT_EQ(run.exitCode, 160u) << word;
     EXPECT_EQ(run.out, "") << word;

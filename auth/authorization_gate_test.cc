@@ -1,0 +1,295 @@
+#include "auth/authorization_gate.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cstring>
+#include <functional>
+
+namespace tarn {
+namespace {
+
+// A message the fake decoders cannot produce on their own: the gate decodes real BER, so the
+// tests feed it through DecodeBase64 as raw bytes of a prepared encoding.
+std::vector<uint8_t> Der(std::initializer_list<int> bytes) {
+  return std::vector<uint8_t>(bytes.begin(), bytes.end());
+}
+
+std::vector<uint8_t> Cat(std::initializer_list<std::vector<uint8_t>> parts) {
+  std::vector<uint8_t> out;
+  for (const auto& part : parts) {
+    for (uint8_t byte : part) out.push_back(byte);
+  }
+  return out;
+}
+
+std::vector<uint8_t> Wrap(uint8_t tag, const std::vector<uint8_t>& content) {
+  return Cat({{tag, static_cast<uint8_t>(content.size())}, content});
+}
+
+// GeneralizedTime contents such as "20260101000000Z".
+std::vector<uint8_t> Time(const char* text) {
+  return Wrap(0x18, std::vector<uint8_t>(text, text + std::strlen(text)));
+}
+
+// Signed authorization message: validity 2026-01-01..2026-12-31, the given permissions and one
+// identifier of `type` with `value`.
+std::vector<uint8_t> AuthMessage(std::vector<int> permissions, int type, const std::string& value) {
+  std::vector<uint8_t> permissionSet;
+  for (int p : permissions) permissionSet = Cat({permissionSet, Der({0x0A, 1, p})});
+  const auto identifier =
+      Wrap(0x30, Cat({Der({0x0A, 1, type}), Wrap(0x04, std::vector<uint8_t>(value.begin(), value.end()))}));
+  const auto message = Wrap(
+      0x30, Cat({Wrap(0x30, Cat({Time("20260101000000Z"), Time("20261231000000Z")})),
+                 Wrap(0x31, permissionSet), Wrap(0x31, identifier)}));
+  return Wrap(0x30, Cat({message, Wrap(0x04, Der({0x5A, 0x5A}))}));
+}
+
+std::vector<uint8_t> TimeMessage(const char* executionTime) {
+  const auto message = Wrap(0x30, Cat({Wrap(0x04, Der({'c'})), Time(executionTime)}));
+  return Wrap(0x30, Cat({message, Wrap(0x04, Der({0x5A}))}));
+}
+
+struct FakeServices final : AuthorizationServices {
+  std::map<std::wstring, std::vector<uint8_t>> base64;  // text -> decoded bytes
+  bool certificateValid = true, informationValid = true, signatureValid = true;
+  bool challengeValid = true;
+  uint32_t nonceCode = 0;
+  uint32_t locateCode = 0;
+  std::string fileHardwareId = "HW-1";
+  std::string agentHardwareId = "HW-1";
+  uint32_t identityCode = 0;
+  bool fileReadable = true;
+  std::vector<std::string> calls;
+
+  bool ReadCertificateFile(const std::wstring&, std::wstring& text) override {
+    calls.push_back("read-file");
+    if (fileReadable) text = L"cert";
+    return fileReadable;
+  }
+  uint32_t DecodeBase64(std::vector<uint8_t>& bytes, const std::wstring& text, Logger*) override {
+    const auto found = base64.find(text);
+    if (found == base64.end()) return 13;
+    bytes = found->second;
+    return 0;
+  }
+  uint32_t ValidateCertificate(bool& isValid, const std::wstring&, const std::vector<uint8_t>&,
+                               bool, Logger*) override {
+    isValid = certificateValid;
+    return 0;
+  }
+  uint32_t ValidateCertificateInformation(bool& isValid, const std::vector<uint8_t>&,
+                                          Logger*) override {
+    isValid = informationValid;
+    return 0;
+  }
+  bool VerifySignature(const std::vector<uint8_t>&, const std::vector<uint8_t>&,
+                       const std::vector<uint8_t>&, Logger*) override {
+    return signatureValid;
+  }
+  uint32_t ReadNonce(std::vector<uint8_t>& nonce, Logger*) override {
+    nonce.assign(16, 1);
+    return nonceCode;
+  }
+  uint32_t ValidateChallenge(bool& isValid, const std::vector<uint8_t>&, const SignedTimeMessage&,
+                             const std::wstring&, Logger*) override {
+    isValid = challengeValid;
+    return 0;
+  }
+  uint32_t DeleteNonceKey(Logger*) override {
+    calls.push_back("delete-nonce");
+    return 0;
+  }
+  uint32_t LocateAgentConfigFile(std::wstring& path, uint8_t& running, Logger*) override {
+    path = L"C:\\agent\\oxagng\\oxagng.jso";
+    running = 1;
+    return locateCode;
+  }
+  uint32_t ReadHardwareId(const std::wstring&, std::string& hardwareId, Logger*) override {
+    hardwareId = fileHardwareId;
+    return 0;
+  }
+  uint32_t GetEndpointInformation(std::string& hardwareId, const std::wstring&, bool,
+                                  Logger*) override {
+    hardwareId = agentHardwareId;
+    return identityCode;
+  }
+  uint32_t ComputeSha256(std::vector<uint8_t>& digest, const std::string& data,
+                         Logger*) override {
+    digest.assign(data.begin(), data.end());  // a stand-in "hash": the text's own bytes
+    return 0;
+  }
+};
+
+struct GateRun {
+  uint32_t code;
+  bool authorized, serviceUsed;
+  std::vector<std::wstring> arguments;
+  int32_t count;
+};
+
+GateRun Gate(FakeServices& services, std::vector<std::wstring> arguments) {
+  GateRun run{};
+  run.count = static_cast<int32_t>(arguments.size());
+  run.code = ValidateAuthorization(services, run.authorized, run.serviceUsed, arguments,
+                                   run.count, nullptr);
+  run.arguments = arguments;
+  return run;
+}
+
+const std::vector<std::wstring> kOptions = {L"-authToken", L"A", L"-certificate", L"C",
+                                            L"-executionTime", L"E"};
+
+std::vector<std::wstring> Command(std::vector<std::wstring> head,
+                                  const std::vector<std::wstring>& tail = kOptions) {
+  head.insert(head.begin(), L"tarn-rmm.exe");
+  head.insert(head.end(), tail.begin(), tail.end());
+  return head;
+}
+
+FakeServices Valid(std::vector<int> permissions = {19}, int type = 0,
+                   const std::string& id = "HW-1") {
+  FakeServices services;
+  services.base64[L"C"] = {1, 2, 3};
+  services.base64[L"A"] = AuthMessage(permissions, type, id);
+  services.base64[L"E"] = TimeMessage("20260601000000Z");
+  return services;
+}
+
+TEST(AuthorizationGateTest, OptionsAreTakenOutOfTheCommandLine) {
+  struct Case {
+    const char* name;
+    std::vector<std::wstring> arguments;
+    uint32_t code;
+    bool authorized, serviceUsed;
+    int32_t count;
+  } cases[] = {
+      {"status command needs nothing", Command({L"-getproductversion"}, {}), 0, true, false, 2},
+      {"status command keeps its words", Command({L"-getupdatestatus", L"-authToken"}, {}), 0, true,
+       false, 3},
+      {"legacy uninstall", Command({L"-uninstall", L"secret"}, {}), 0, true, false, 3},
+      {"uninstall with some options", Command({L"-uninstall", L"-authtoken", L"A"}, {}), 87, false,
+       false, 2},
+      {"both certificate forms",
+       Command({L"-competitorsassessment", L"-certificatePath", L"P"}), 87, false, false, 2},
+      {"repeated option in other case", Command({L"-uninstall", L"-AUTHTOKEN", L"B"}), 85, false,
+       false, 4},
+      {"option without a value", Command({L"-uninstall", L"-certificate", L"C", L"-authToken"}, {}),
+       87, false, false, 5},
+      {"valid authorization", Command({L"-competitorsassessment"}), 0, true, true, 2},
+      {"options in capitals", Command({L"-COMPETITORSASSESSMENT"}, {L"-AUTHTOKEN", L"A",
+                                                                 L"-Certificate", L"C",
+                                                                 L"-EXECUTIONTIME", L"E"}),
+       0, true, true, 2},
+      {"missing permission", Command({L"-uninstall"}), 0, false, true, 2},
+  };
+  for (const auto& c : cases) {
+    FakeServices services = Valid();
+    const GateRun run = Gate(services, c.arguments);
+    EXPECT_EQ(run.code, c.code) << c.name;
+    EXPECT_EQ(run.authorized, c.authorized) << c.name;
+    EXPECT_EQ(run.serviceUsed, c.serviceUsed) << c.name;
+    EXPECT_EQ(run.count, c.count) << c.name;
+  }
+}
+
+TEST(AuthorizationGateTest, AuthorizedUninstallReachesItsHandlerWithTwoArguments) {
+  FakeServices services = Valid({3});
+  const GateRun run = Gate(services, Command({L"-Uninstall"}));
+  EXPECT_TRUE(run.authorized);
+  EXPECT_EQ(run.count, 2);
+  EXPECT_EQ(run.arguments, (std::vector<std::wstring>{L"tarn-rmm.exe", L"-Uninstall"}));
+}
+
+TEST(AuthorizationGateTest, EachCheckRefusesWithItsCodeAndSpendsTheChallengeOnlyLate) {
+  struct Case {
+    const char* name;
+    std::function<void(FakeServices&)> arrange;
+    uint32_t code;
+    bool nonceDeleted;
+  } cases[] = {
+      {"certificate file unreadable",
+       [](FakeServices& s) { s.fileReadable = false; }, 110, false},
+      {"certificate invalid", [](FakeServices& s) { s.certificateValid = false; }, 0, false},
+      {"certificate information", [](FakeServices& s) { s.informationValid = false; }, 0, false},
+      {"bad base64", [](FakeServices& s) { s.base64.erase(L"A"); }, 13, false},
+      {"truncated message",
+       [](FakeServices& s) { s.base64[L"A"].resize(s.base64[L"A"].size() - 3); }, 2, false},
+      {"signature", [](FakeServices& s) { s.signatureValid = false; }, 0, false},
+      {"no nonce", [](FakeServices& s) { s.nonceCode = 2; }, 2, false},
+      {"challenge", [](FakeServices& s) { s.challengeValid = false; }, 0, false},
+      {"execution before validity",
+       [](FakeServices& s) { s.base64[L"E"] = TimeMessage("20251231235959Z"); }, 0, true},
+      {"execution at validFrom",
+       [](FakeServices& s) { s.base64[L"E"] = TimeMessage("20260101000000Z"); }, 0, true},
+      {"execution at validTo",
+       [](FakeServices& s) { s.base64[L"E"] = TimeMessage("20261231000000Z"); }, 0, true},
+      {"execution after validity",
+       [](FakeServices& s) { s.base64[L"E"] = TimeMessage("20261231000001Z"); }, 0, true},
+      {"agent not located", [](FakeServices& s) { s.locateCode = 2; }, 2, true},
+      {"other hardware id", [](FakeServices& s) { s.fileHardwareId = "HW-2"; }, 20, true},
+  };
+  for (const auto& c : cases) {
+    FakeServices services = Valid();
+    c.arrange(services);
+    const bool usesFile = std::string(c.name) == "certificate file unreadable";
+    const GateRun run = Gate(services, Command({L"-competitorsassessment"},
+                                           usesFile ? std::vector<std::wstring>{L"-authToken", L"A",
+                                                                                L"-certificatePath",
+                                                                                L"P",
+                                                                                L"-executionTime",
+                                                                                L"E"}
+                                                    : kOptions));
+    EXPECT_EQ(run.code, c.code) << c.name;
+    const bool boundary = std::string(c.name).find(" at valid") != std::string::npos;
+    EXPECT_EQ(run.authorized, boundary) << c.name;
+    const bool deleted = std::find(services.calls.begin(), services.calls.end(),
+                                   "delete-nonce") != services.calls.end();
+    EXPECT_EQ(deleted, c.nonceDeleted) << c.name;
+  }
+}
+
+TEST(AuthorizationGateTest, Sha256HardwareIdNeedsTheIdentity) {
+  struct Case {
+    const char* name;
+    std::string value;
+    uint32_t identityCode;
+    uint32_t code;
+    bool authorized;
+  } cases[] = {
+      // "48572d31" is the hex of "HW-1", the fake hash of the hardware id.
+      {"matches", "48572d31", 0, 0, true},
+      {"another endpoint", "48572d32", 0, 20, false},
+      {"no identity", "48572d31", 30, 30, false},
+  };
+  for (const auto& c : cases) {
+    FakeServices services = Valid({19}, 1, c.value);
+    services.identityCode = c.identityCode;
+    const GateRun run = Gate(services, Command({L"-competitorsassessment"}));
+    EXPECT_EQ(run.code, c.code) << c.name;
+    EXPECT_EQ(run.authorized, c.authorized) << c.name;
+  }
+}
+
+TEST(AuthorizationGateTest, EditWordsDecideThePermissions) {
+  struct Case {
+    std::vector<std::wstring> arguments;
+    std::vector<uint32_t> permissions;
+  } cases[] = {
+      {{L"p", L"-editfeatures", L"-ADD", L"FileScan"}, {21}},
+      {{L"p", L"-editfeatures", L"-remove", L"FileScan"}, {22}},
+      {{L"p", L"-editfeatures", L"-remove", L"x", L"-add", L"y"}, {21, 22}},
+      {{L"p", L"-editfeatures", L"-set", L"x"}, {21, 22}},
+      {{L"p", L"-editfeatures"}, {21, 22}},
+      {{L"p", L"-removeallcompetitors"}, {20}},
+  };
+  for (const auto& c : cases) {
+    std::vector<uint32_t> permissions;
+    EXPECT_TRUE(IsCommandToBeAuthorized(permissions, c.arguments,
+                                        static_cast<int32_t>(c.arguments.size()), nullptr));
+    EXPECT_EQ(permissions, c.permissions);
+  }
+}
+
+}  // namespace
+}  // namespace tarn

@@ -1,0 +1,183 @@
+#!/usr/bin/env bash
+# The authorization gate end to end: the real tarn-rmm.exe under Wine, the simulated agent, the
+# test PKI, and authorizations made by the test issuer (tools/auth-issuer), which encodes with
+# OpenSSL. Each case gets a fresh challenge from the tool, signs it like the service would, runs
+# the guarded command and checks the exit code and the log.
+#   tests/e2e/authorization_test.sh WINDOWS_BUILD_DIR
+set -uo pipefail
+top=$(cd "$(dirname "${BASH_SOURCE[0]}")/../.." && pwd)
+build=$(cd "${1:?usage: authorization_test.sh WINDOWS_BUILD_DIR}" && pwd)
+pki=$build/pki
+issuer=$top/tools/auth-issuer/auth_issuer.py
+PREFIX=${TARN_WINEPREFIX:-$top/build/wineprefix}
+export TARN_WINEPREFIX=$PREFIX TARN_WINDOWS_BUILD=$build
+
+# The simulated agent supplies the endpoint's identity.
+"$top/scripts/simagent.sh" install healthy >/dev/null || { echo "cannot install the agent"; exit 1; }
+hwid=0F3A9C2E-5B7D-4E11-8A6C-2D9B4F1E7A30
+
+dir=$PREFIX/drive_c/tarn-auth-test
+rm -rf "$dir" && mkdir -p "$dir"
+cp "$build/tarn-rmm.exe" "$build/nonce-key.exe" "$dir/"
+printf 'Logging=true\r\n' >"$dir/configfile.txt"
+work=$(mktemp -d)
+trap 'rm -rf "$work" "$dir"' EXIT
+
+code= out=
+tool() {  # runs the tool; sets $code and $out
+  rm -f "$work/code"
+  out=$(WRUN_EXITFILE="Z:$work/code" "$top/tools/wine-exec.sh" 'C:\winebed\wrun.exe' \
+        'C:\tarn-auth-test\tarn-rmm.exe' "$@" 2>/dev/null)
+  code=$(cat "$work/code" 2>/dev/null || echo none)
+}
+log_has() { grep -qF -- "$1" "$dir/log.txt"; }
+
+required_acl='D:(D;OICI;KA;;;BG)(D;OICI;KA;;;AN)(D;OICI;KW;;;AU)(A;OICI;KA;;;BA)'
+challenge_for() {  # TOKEN: asks the tool for a challenge; checks and opens up the key's list
+  tool -getchallenge "$1"
+  [ "$code" = 0 ] || { echo "-getchallenge answered $code"; return 1; }
+  challenge=$out
+  acl=$("$top/tools/wine-exec.sh" 'C:\tarn-auth-test\nonce-key.exe' 2>/dev/null | tr -d '\r')
+  [ "$acl" = "$required_acl" ] || { echo "nonce key access list: $acl"; return 1; }
+}
+
+auth() {  # builds an authorization; extra issuer options follow
+  python3 "$issuer" auth --cert "$pki/auth-leaf.cer" --key "$pki/auth-leaf.key" \
+    --valid-from 20250101000000Z --valid-to 20351231235959Z "$@"
+}
+signed_time() {  # CHALLENGE EXECUTION_TIME [issuer options]
+  local challenge=$1 when=$2
+  shift 2
+  python3 "$issuer" time --cert "$pki/auth-leaf.cer" --key "$pki/auth-leaf.key" \
+    --challenge "$challenge" --execution-time "$when" "$@"
+}
+leaf_text=$(cat "$pki/auth-leaf.b64")
+
+passed=0 failed=0
+check() {  # NAME EXPECTED_CODE [LOG_LINE]
+  if [ "$code" = "$2" ] && { [ -z "${3:-}" ] || log_has "$3"; }; then
+    passed=$((passed + 1))
+    echo "ok - $1"
+  else
+    failed=$((failed + 1))
+    echo "not ok - $1: exit $code (expected $2)${3:+, log line \"$3\" $(log_has "$3" && echo present || echo missing)}"
+  fi
+}
+authorized='Finished to validate authorization successfully. Operation is authorized'
+
+# One guarded run: a fresh challenge for TOKEN, the time message, the command. Extra arguments
+# replace parts: TIME_OPTIONS as issuer options, CERT_TEXT, COMMAND.
+guarded() {  # NAME EXPECTED_CODE LOG_LINE TOKEN [WHEN] [CERT_TEXT] [COMMAND] [TIME OPTIONS...]
+  local name=$1 expected=$2 line=$3 token=$4 when=${5:-20260601120000Z}
+  local cert=${6:-$leaf_text} command=${7:--competitorsassessment}
+  shift 7 2>/dev/null || shift $#
+  : >"$dir/log.txt"
+  challenge_for "$token" || { failed=$((failed + 1)); echo "not ok - $name: no challenge"; return; }
+  local time
+  time=$(signed_time "$challenge" "$when" "$@") || { failed=$((failed + 1)); return; }
+  tool "$command" -authToken "$token" -certificate "$cert" -executionTime "$time"
+  check "$name" "$expected" "$line"
+}
+
+# Options: which commands need them, and the checks on them.
+: >"$dir/log.txt"; tool -getproductversion; check "a status command needs no options" 0
+: >"$dir/log.txt"; tool -uninstall
+check "uninstall without options takes the legacy route" 160 \
+  'Command has legacy support. Authorization service will not be used'
+tool -uninstall -authToken x; check "uninstall with only some options" 87
+tool -uninstall -authToken a -certificate b -certificatePath c -executionTime d
+check "both certificate forms" 87
+tool -competitorsassessment -authToken a -AUTHTOKEN b; check "a repeated option, any case" 85
+tool -competitorsassessment -certificate c -authToken; check "an option without a value" 87
+
+# A valid authorization passes once; its replay finds no nonce.
+token=$(auth --permission 19 --identifier "0:$hwid")
+guarded "a valid authorization passes the gate" 160 "$authorized" "$token"
+time=$(signed_time "$challenge" 20260601120000Z)
+: >"$dir/log.txt"
+tool -competitorsassessment -authToken "$token" -certificate "$leaf_text" -executionTime "$time"
+check "the same authorization replayed" 2 'Failed to read nonce value from registtry. Error code: 2'
+
+# The signed messages and the certificate.
+guarded "tampered authorization" 12 'Signature is not valid' "$(auth --permission 19 --break tamper)"
+guarded "tampered signature" 12 'Signature is not valid' "$(auth --permission 19 --break signature)"
+other_key=$(python3 "$issuer" auth --cert "$pki/auth-leaf.cer" --key "$pki/auth-leaf-rekeyed.key" \
+  --valid-from 20250101000000Z --valid-to 20351231235959Z --permission 19)
+guarded "signed by another key" 12 'Signature is not valid' "$other_key"
+for leaf in other-ca wrong-subject; do
+  token=$(python3 "$issuer" auth --cert "$pki/auth-leaf-$leaf.cer" --key "$pki/auth-leaf-$leaf.key" \
+    --valid-from 20250101000000Z --valid-to 20351231235959Z --permission 19)
+  guarded "certificate $leaf" 12 'Certificate information is not valid' "$token" \
+    20260601120000Z "$(cat "$pki/auth-leaf-$leaf.b64")"
+done
+for leaf in expired untrusted; do
+  token=$(python3 "$issuer" auth --cert "$pki/auth-leaf-$leaf.cer" --key "$pki/auth-leaf-$leaf.key" \
+    --valid-from 20250101000000Z --valid-to 20351231235959Z --permission 19)
+  guarded "certificate $leaf" 12 'Certificate is not valid' "$token" 20260601120000Z \
+    "$(cat "$pki/auth-leaf-$leaf.b64")"
+done
+guarded "missing permission" 12 'Not all permissions are valid' "$(auth --permission 3)"
+guarded "time message with a tampered signature" 12 'Failed to verify signature. Error code: 0' \
+  "$(auth --permission 19)" 20260601120000Z "$leaf_text" -competitorsassessment --break signature
+
+# Validity bounds: both ends accepted; outside them the challenge is spent all the same.
+window() {
+  python3 "$issuer" auth --cert "$pki/auth-leaf.cer" --key "$pki/auth-leaf.key" \
+    --valid-from 20260101000000Z --valid-to 20261231235959Z --permission 19 --identifier "0:$hwid"
+}
+guarded "execution time at validFrom" 160 "$authorized" "$(window)" 20260101000000Z
+guarded "execution time at validTo" 160 "$authorized" "$(window)" 20261231235959Z
+guarded "execution time before validFrom" 12 'Validity expired' "$(window)" 20251231235959Z
+tool -competitorsassessment -authToken "$(window)" -certificate "$leaf_text" \
+  -executionTime "$(signed_time "$challenge" 20260601120000Z)"
+check "a failed time check spends the challenge" 2
+guarded "execution time after validTo" 12 'Validity expired' "$(window)" 20270101000000Z
+
+# The endpoint's identity.
+guarded "another hardware id" 20 'Hardware Id not found' \
+  "$(auth --permission 19 --identifier 0:0F3A9C2E-0000-0000-0000-000000000000)"
+guarded "hardware id hash matched" 160 "$authorized" "$(auth --permission 19 --hardware-id-hash "$hwid")"
+guarded "hardware id hash of another endpoint" 20 'SHA 256 Hardware Id not found' \
+  "$(auth --permission 19 --hardware-id-hash OTHER-ENDPOINT)"
+
+# The challenge.
+: >"$dir/log.txt"
+"$top/tools/wine-exec.sh" reg delete 'HKCU\Software\ArvantisAuthService' /f >/dev/null 2>&1
+token=$(auth --permission 19)
+tool -competitorsassessment -authToken "$token" -certificate "$leaf_text" \
+  -executionTime "$(signed_time "$(printf '0%.0s' {1..64})" 20260601120000Z)"
+check "no challenge asked for" 2 'Failed to read nonce value from registtry. Error code: 2'
+challenge_for "$token" && first=$challenge && challenge_for "$token"
+tool -competitorsassessment -authToken "$token" -certificate "$leaf_text" \
+  -executionTime "$(signed_time "$first" 20260601120000Z)"
+check "a second challenge invalidates the first" 12 'Challenge is not valid'
+
+# Malformed input must be refused with its code, never crash.
+guarded "truncated authorization" 2 'Failed to decode signed auth message. Error code: 2' \
+  "$(auth --permission 19 --break truncate=5)"
+guarded "length beyond the buffer" 2 'Failed to decode signed auth message' \
+  "$(auth --permission 19 --break overlong)"
+guarded "deep nesting" 3 'Failed to decode signed auth message. Error code: 3' \
+  "$(auth --permission 19 --break deep=70)"
+: >"$dir/log.txt"
+challenge_for "not base64!" &&
+  tool -competitorsassessment -authToken "not base64!" -certificate "$leaf_text" -executionTime AAAA
+[ "$code" != 0 ] && [ "$code" != 12 ] && [ "$code" != 160 ] && log_has 'Failed to decrypt authToken data. Error code: ' &&
+  { passed=$((passed + 1)); echo "ok - bad base64 (exit $code)"; } ||
+  { failed=$((failed + 1)); echo "not ok - bad base64: exit $code"; }
+
+# The certificate from a file.
+token=$(auth --permission 19 --identifier "0:$hwid")
+: >"$dir/log.txt"
+challenge_for "$token"
+cp "$pki/auth-leaf.b64" "$dir/service.b64"
+tool -COMPETITORSASSESSMENT -AUTHTOKEN "$token" -CertificatePath 'C:\tarn-auth-test\service.b64' \
+  -executionTime "$(signed_time "$challenge" 20260601120000Z)"
+check "certificate from a file, options in capitals" 160 "$authorized"
+tool -competitorsassessment -authToken "$token" -certificatePath 'C:\tarn-auth-test\absent.b64' \
+  -executionTime x
+check "certificate file missing" 110 'Cannot read certificate from the given path: C:\tarn-auth-test\absent.b64'
+
+"$top/scripts/simagent.sh" remove >/dev/null 2>&1
+echo "$passed passed, $failed failed"
+[ "$failed" = 0 ]
