@@ -17,28 +17,8 @@ constexpr std::string_view kUtf16LittleEndianMark = "\xFF\xFE";
 constexpr std::string_view kUtf32BigEndianMark{"\x00\x00\xFE\xFF", 4};
 constexpr std::string_view kUtf32LittleEndianMark{"\xFF\xFE\x00\x00", 4};
 
-constexpr char32_t kReplacement = 0xFFFD;
-
 bool StartsWith(std::string_view text, std::string_view prefix) {
   return text.substr(0, prefix.size()) == prefix;
-}
-
-void AppendUtf8(std::string& out, char32_t c) {
-  if (c < 0x80) {
-    out += static_cast<char>(c);
-  } else if (c < 0x800) {
-    out += static_cast<char>(0xC0 | (c >> 6));
-    out += static_cast<char>(0x80 | (c & 0x3F));
-  } else if (c < 0x10000) {
-    out += static_cast<char>(0xE0 | (c >> 12));
-    out += static_cast<char>(0x80 | ((c >> 6) & 0x3F));
-    out += static_cast<char>(0x80 | (c & 0x3F));
-  } else {
-    out += static_cast<char>(0xF0 | (c >> 18));
-    out += static_cast<char>(0x80 | ((c >> 12) & 0x3F));
-    out += static_cast<char>(0x80 | ((c >> 6) & 0x3F));
-    out += static_cast<char>(0x80 | (c & 0x3F));
-  }
 }
 
 // UTF-16 code units to UTF-8, joining surrogate pairs. A lone surrogate becomes U+FFFD; an odd
@@ -60,7 +40,7 @@ std::string Utf16ToUtf8(std::string_view bytes, bool bigEndian) {
         i += 2;
       }
     }
-    AppendUtf8(out, c >= 0xD800 && c <= 0xDFFF ? kReplacement : c);
+    AppendUtf8(out, c);  // a lone surrogate becomes U+FFFD
   }
   return out;
 }

@@ -10,6 +10,8 @@
 #include <string>
 #include <string_view>
 
+#include "base/result_codes.h"
+
 namespace tarn {
 
 class Logger;
@@ -22,11 +24,6 @@ inline constexpr uint32_t kEncodingUtf16BigEndian = 3;
 inline constexpr uint32_t kEncodingUtf16LittleEndian = 4;
 inline constexpr uint32_t kEncodingUtf32BigEndian = 5;
 inline constexpr uint32_t kEncodingUtf32LittleEndian = 6;
-
-// GetEndpointInformation's result when the agent was not asked.
-inline constexpr uint32_t kResultAgentNotAsked = 30;
-// A configuration file in UTF-32, which the agent never wrote and the tool does not read.
-inline constexpr uint32_t kErrorUnsupportedEncoding = 1006;
 
 // --- Platform-free steps ---------------------------------------------------------------------
 

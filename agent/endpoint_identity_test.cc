@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "app/log.h"
+#include "app/test_log_capture.h"
 #include "base/result_codes.h"
 
 namespace tarn {
@@ -22,24 +23,6 @@ std::string Utf16Bytes(std::u16string_view text, bool bigEndian, bool mark = tru
     out += bigEndian ? std::string{high, low} : std::string{low, high};
   }
   return out;
-}
-
-// The log messages written while `run` ran, time stamps cut off.
-std::vector<std::string> LogOf(const std::function<void(Logger*)>& run) {
-  // Unique per run: every build tree of the checkout runs these tests, maybe at the same time.
-  const auto path = std::filesystem::temp_directory_path() /
-                    ("tarn-identity-" + std::to_string(std::random_device{}()) + ".log");
-  {
-    Logger log(path.wstring());
-    run(&log);
-  }
-  std::vector<std::string> messages;
-  {
-    std::ifstream file(path);  // closed before the removal: Windows refuses to delete open files
-    for (std::string line; std::getline(file, line);) messages.push_back(line.substr(20));
-  }
-  std::filesystem::remove(path);
-  return messages;
 }
 
 TEST(EndpointIdentityTest, EncodingFollowsTheFirstBytesInTableOrder) {

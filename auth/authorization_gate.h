@@ -17,7 +17,6 @@ namespace tarn {
 class Logger;
 
 inline constexpr uint32_t kErrorIdentifierNotMatched = 20;
-inline constexpr uint32_t kErrorNoIdentity = 30;
 inline constexpr uint32_t kErrorOptionRepeated = 85;
 inline constexpr uint32_t kErrorOptionsIncomplete = 87;
 inline constexpr uint32_t kErrorCertificateFileUnreadable = 110;

@@ -4,7 +4,7 @@
 
 #include <map>
 
-#include "auth/test_log_capture.h"
+#include "app/test_log_capture.h"
 
 namespace tarn {
 namespace {

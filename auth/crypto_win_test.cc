@@ -9,7 +9,7 @@
 #include "auth/challenge.h"  // ToLowerHex
 #include "auth/crypto.h"
 #include "auth/crypto/crypto_fixtures.h"
-#include "auth/test_log_capture.h"
+#include "app/test_log_capture.h"
 #include "base/build_config.h"
 #include "base/text.h"
 

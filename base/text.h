@@ -7,6 +7,9 @@
 
 namespace tarn {
 
+// Appends code point `c` as UTF-8; surrogates and values past U+10FFFF become U+FFFD.
+void AppendUtf8(std::string& out, char32_t c);
+
 // UTF-8 <-> wide. Malformed input becomes U+FFFD; nothing throws.
 std::string WideToUtf8(std::wstring_view text);
 std::wstring Utf8ToWide(std::string_view text);

@@ -13,6 +13,7 @@
 #include "agent/endpoint_identity.h"
 #include "agent/probes.h"
 #include "app/log.h"
+#include "app/test_log_capture.h"
 #include "base/result_codes.h"
 #include "tests/e2e/simulated_agent.h"
 
@@ -25,24 +26,6 @@ using sim::ConfigLayout;
 // U+00E9, U+20AC, U+1D11E: every UTF-8 length, and a UTF-16 surrogate pair.
 const sim::Identity kFileIdentity = {"HW-\xC3\xA9-file", "CO-\xE2\x82\xAC-file",
                                      "Folder \xF0\x9D\x84\x9E/B\xC3\xBCro"};
-
-// The log messages written while `run` ran, time stamps cut off.
-template <typename Run>
-std::vector<std::string> LogOf(Run run) {
-  const auto path = std::filesystem::temp_directory_path() /
-                    ("tarn-identity-" + std::to_string(std::random_device{}()) + ".log");
-  {
-    Logger log(path.wstring());
-    run(&log);
-  }
-  std::vector<std::string> messages;
-  {
-    std::ifstream file(path);
-    for (std::string line; std::getline(file, line);) messages.push_back(line.substr(20));
-  }
-  std::filesystem::remove(path);
-  return messages;
-}
 
 // The messages of `log` that are among `wanted`, in order: the identity's own lines without the
 // SDK session's.

@@ -3,7 +3,9 @@
 
 #include <filesystem>
 #include <fstream>
+#include <functional>
 #include <memory>
+#include <random>
 #include <string>
 #include <vector>
 
@@ -13,8 +15,10 @@ namespace tarn {
 
 class LogCapture {
  public:
+  // Unique per capture: every build tree of the checkout may run its tests at the same time.
   explicit LogCapture(const std::string& name)
-      : path_(std::filesystem::temp_directory_path() / (name + ".log")) {
+      : path_(std::filesystem::temp_directory_path() /
+              (name + "-" + std::to_string(std::random_device{}()) + ".log")) {
     std::filesystem::remove(path_);
     logger_ = std::make_unique<Logger>(path_.wstring());
   }
@@ -46,5 +50,12 @@ class LogCapture {
   std::filesystem::path path_;
   std::unique_ptr<Logger> logger_;
 };
+
+// The log messages written while `run` ran.
+inline std::vector<std::string> LogOf(const std::function<void(Logger*)>& run) {
+  LogCapture capture("tarn-log-of");
+  run(capture.get());
+  return capture.Take();
+}
 
 }  // namespace tarn
