@@ -1,6 +1,7 @@
 #!/usr/bin/env bash
-# Runs every test: native unit tests, the same under ASan+UBSan and under TSan, and the Windows
-# unit and end-to-end tests under Wine. Ends with one "N passed, M failed" line.
+# Runs every test: native unit tests, the same under ASan+UBSan and under TSan, the Windows unit
+# and end-to-end tests under Wine, and a smoke run of the fuzz targets. Ends with one
+# "N passed, M failed" line.
 set -uo pipefail
 . "$(dirname "${BASH_SOURCE[0]}")/testbed.sh"
 
@@ -25,5 +26,15 @@ for tree in native asan tsan windows; do
     [ -n "$summary" ] || { tail -n 30 "$log"; failed=$((failed + 1)); }
   fi
 done
+# A one-minute smoke of each fuzz target (fuzz/run.sh runs them longer on demand).
+echo "== fuzz smoke (${TARN_FUZZ_SECONDS:=60} s per target)"
+while read -r line; do
+  echo "$line"
+  case $line in
+    fuzz_*": ok,"*) passed=$((passed + 1)) ;;
+    fuzz_*) failed=$((failed + 1)) status=1 ;;
+  esac
+done < <(nice -n 19 "$top/fuzz/run.sh" "$TARN_FUZZ_SECONDS" 2>&1 || echo "fuzz_run: FAILED")
+
 echo "$passed passed, $failed failed"
 exit $status
