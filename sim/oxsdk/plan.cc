@@ -125,13 +125,13 @@ Plan MakePlan(const Scenario& scenario, std::string_view request_text, std::stri
     plan.deliveries.push_back(std::move(reply));
   }
   if (entry.HasMember("events")) {
-    for (const auto& spec : entry["events"].GetArray()) {
+    for (const auto& written : entry["events"].GetArray()) {
       Delivery event;
       event.kind = Delivery::Kind::kEvent;
-      event.delay_ms = DelayOf(spec);
+      event.delay_ms = DelayOf(written);
       event.request_id = std::string(request_id);
-      event.name = spec["name"].GetString();
-      event.text = PayloadText(spec, context);
+      event.name = written["name"].GetString();
+      event.text = PayloadText(written, context);
       plan.deliveries.push_back(std::move(event));
     }
   }
