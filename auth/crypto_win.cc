@@ -10,6 +10,7 @@
 #include <new>
 
 #include "app/log.h"
+#include "base/allocation.h"
 #include "auth/crypto.h"
 #include "base/build_config.h"
 #include "base/result_codes.h"
@@ -30,16 +31,6 @@ uint32_t FailureCode() {
 
 void LogCode(Logger* log, const wchar_t* message, uint32_t code) {
   WriteLog(log, message + std::to_wstring(code));
-}
-
-template <typename Container>
-bool Allocate(Container& buffer, size_t size) {
-  try {
-    buffer.resize(size);
-    return true;
-  } catch (const std::bad_alloc&) {
-    return false;
-  }
 }
 
 // Certificate names are 8-bit text; the log takes each byte as one character.
@@ -63,7 +54,7 @@ uint32_t GetSimpleName(std::string& name, PCCERT_CONTEXT certificate, DWORD flag
     return code;
   }
   std::string buffer;
-  if (!Allocate(buffer, size)) {
+  if (!TryResize(buffer, size)) {
     WriteLog(log, L"Not enough memory");
     return kErrorNotEnoughMemory;
   }
@@ -102,7 +93,7 @@ uint32_t DecodeBase64(std::vector<uint8_t>& bytes, const std::wstring& text, Log
     return FailureCode();
   }
   std::vector<uint8_t> buffer;
-  if (!Allocate(buffer, size)) {
+  if (!TryResize(buffer, size)) {
     WriteLog(log, L"Not enough memory to crypt certificate");
     return kErrorNotEnoughMemory;
   }
@@ -166,7 +157,7 @@ uint32_t ValidateCertificate(bool& isValid, const std::wstring& certificatePath,
       WriteLog(log, L"Certificate name not found");
     } else {
       std::string name;
-      if (!Allocate(name, nameSize)) {
+      if (!TryResize(name, nameSize)) {
         WriteLog(log, L"Not enough memory for allocating to nameString variable");
         return kErrorNotEnoughMemory;
       }
@@ -335,7 +326,7 @@ bool VerifySignature(const std::vector<uint8_t>& certificateBytes,
 uint32_t GenerateRandomBytes(std::vector<uint8_t>& buffer, Logger* log) {
   WriteLog(log, L"Allocate buffer memory");
   std::vector<uint8_t> bytes;
-  if (!Allocate(bytes, kRandomByteCount)) {
+  if (!TryResize(bytes, kRandomByteCount)) {
     WriteLog(log, L"Failed to allocate memory. Not enough memory");
     return kErrorNotEnoughMemory;
   }

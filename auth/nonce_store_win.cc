@@ -8,6 +8,7 @@
 #include <string>
 
 #include "app/log.h"
+#include "base/allocation.h"
 #include "auth/nonce_store.h"
 #include "base/result_codes.h"
 #include "base/win_handles.h"
@@ -19,21 +20,12 @@ void LogCode(Logger* log, const wchar_t* message, uint32_t code) {
   WriteLog(log, message + std::to_wstring(code));
 }
 
-bool Allocate(std::vector<uint8_t>& buffer, size_t size) {
-  try {
-    buffer.resize(size);
-    return true;
-  } catch (const std::bad_alloc&) {
-    return false;
-  }
-}
-
 }  // namespace
 
 uint32_t ReadNonce(std::vector<uint8_t>& nonce, Logger* log) {
   WriteLog(log, L"Allocate memory for buffer");
   std::vector<uint8_t> buffer;
-  if (!Allocate(buffer, kNonceLength)) {
+  if (!TryResize(buffer, kNonceLength)) {
     WriteLog(log, L"Failed to allocate enough memory");
     return kErrorNotEnoughMemory;
   }
@@ -60,7 +52,7 @@ uint32_t ReadNonce(std::vector<uint8_t>& nonce, Logger* log) {
   while ((status = RegQueryValueExA(key.get(), kNonceValueName, nullptr, nullptr, buffer.data(),
                                     &size)) == ERROR_MORE_DATA) {
     WriteLog(log, L"Read more data");
-    if (!Allocate(buffer, size)) {
+    if (!TryResize(buffer, size)) {
       WriteLog(log, L"Failed to allocate enough memory");
       return kErrorNotEnoughMemory;
     }
