@@ -54,4 +54,9 @@ void WriteLog(Logger* log, std::wstring message) {
   if (log != nullptr) log->Write(message);
 }
 
+uint32_t LogFailure(Logger* log, const wchar_t* text, uint32_t code) {
+  WriteLog(log, text + std::to_wstring(code));
+  return code;
+}
+
 }  // namespace tarn

@@ -2,6 +2,7 @@
 // Off unless "configfile.txt" switches it on; every log call with a null logger does nothing.
 #pragma once
 
+#include <cstdint>
 #include <ctime>
 #include <fstream>
 #include <mutex>
@@ -29,6 +30,9 @@ Logger* CreateLogger(const std::wstring& programDirectory);
 
 // Writes one line: UTC time stamp, a blank, the message. Nothing when `log` is null.
 void WriteLog(Logger* log, std::wstring message);
+
+// Writes `text` followed by `code` in decimal, the shape of every failure line; returns `code`.
+uint32_t LogFailure(Logger* log, const wchar_t* text, uint32_t code);
 
 // The text of one log line without its line end; `utc` null means the time was not available.
 std::wstring FormatLogLine(const std::tm* utc, const std::wstring& message);

@@ -16,10 +16,6 @@ constexpr uint8_t kTagSequence = 16;
 constexpr uint8_t kTagSet = 17;
 constexpr uint8_t kTagGeneralizedTime = 24;
 
-void LogCode(Logger* log, const wchar_t* text, uint32_t code) {
-  WriteLog(log, text + std::to_wstring(code));
-}
-
 // The wrong-tag and wrong-count failures: their line, their code.
 uint32_t Fail(Logger* log, const wchar_t* line, uint32_t code) {
   WriteLog(log, line);
@@ -269,7 +265,7 @@ uint32_t DecodeSignedAuthMessage(SignedAuthMessage& message, const std::vector<u
   if (authMessage.tag != kTagSequence) return Fail(log, L"Invalid node tag", kErrorWrongTag);
   result = GetEncoding(authMessage, stream, decoded.messageBytes);
   if (result != 0) {
-    LogCode(log, L"Failed to get buffer. Error code: ", result);
+    LogFailure(log, L"Failed to get buffer. Error code: ", result);
     return result;
   }
   WriteLog(log, L"Decode auth message");
@@ -289,7 +285,7 @@ uint32_t DecodeSignedTimeMessage(SignedTimeMessage& message, const std::vector<u
   WriteLog(log, L"Load node");
   uint32_t result = LoadRoot(root, stream);
   if (result != 0) {
-    LogCode(log, L"Cannot load node. Error code: ", result);
+    LogFailure(log, L"Cannot load node. Error code: ", result);
     return result;
   }
   if (root.tag != kTagSequence) return Fail(log, L"Invalid node tag", kErrorWrongTag);
@@ -298,19 +294,19 @@ uint32_t DecodeSignedTimeMessage(SignedTimeMessage& message, const std::vector<u
   }
   result = GetEncoding(root.children[0], stream, decoded.messageBytes);
   if (result != 0) {
-    LogCode(log, L"Could not get buffer. Error code: ", result);
+    LogFailure(log, L"Could not get buffer. Error code: ", result);
     return result;
   }
   WriteLog(log, L"Decode time message");
   result = DecodeTimeMessage(root.children[0], stream, decoded, log);
   if (result != 0) {
-    LogCode(log, L"Failed to decode time message. Error code: ", result);
+    LogFailure(log, L"Failed to decode time message. Error code: ", result);
     return result;
   }
   WriteLog(log, L"Decode signature");
   result = DecodeSignature(root.children[1], stream, decoded.signature, log);
   if (result != 0) {
-    LogCode(log, L"Failed to get decode signature. Error code: ", result);
+    LogFailure(log, L"Failed to get decode signature. Error code: ", result);
     return result;
   }
   WriteLog(log, L"Finished to decode signed time successfully");

@@ -9,8 +9,8 @@
 namespace tarn {
 
 const std::map<std::wstring, uint32_t> CommandPermissions = {
-    {L"-uninstall", 3},          {L"-competitorsassessment", 19}, {L"-removecompetitors", 20},
-    {L"-addfeatures", 21},       {L"-removefeatures", 22},
+    {L"-uninstall", 3},    {L"-competitorsassessment", 19}, {L"-removecompetitors", 20},
+    {L"-addfeatures", 21}, {L"-removefeatures", 22},
 };
 const std::set<std::wstring> LegacySupportedCommands = {L"-uninstall"};
 
@@ -179,8 +179,9 @@ uint32_t ValidateAuthorization(AuthorizationServices& services, bool& authorized
     return 0;
   }
 
-  WriteLog(log, L"Check for authorization service parameters: authToken, certificate and "
-                L"executionTime");
+  WriteLog(log,
+           L"Check for authorization service parameters: authToken, certificate and "
+           L"executionTime");
   std::wstring values[kOptionCount];
   bool given[kOptionCount] = {};
   if (const uint32_t code = TakeOptions(arguments, argumentCount, values, given, log); code != 0) {
@@ -216,10 +217,6 @@ uint32_t ValidateAuthorization(AuthorizationServices& services, bool& authorized
   WriteLog(log, L"Authorization service will be used");
   authorizationServiceUsed = true;
 
-  auto failed = [&](const wchar_t* message, uint32_t code) {
-    WriteLog(log, message + std::to_wstring(code));
-    return code;
-  };
   auto refused = [&](const wchar_t* message) {
     WriteLog(log, message);
     return 0u;  // a verdict: not authorized
@@ -228,28 +225,28 @@ uint32_t ValidateAuthorization(AuthorizationServices& services, bool& authorized
   WriteLog(log, L"Decrypt certificate data");
   std::vector<uint8_t> certificate;
   if (const uint32_t code = services.DecodeBase64(certificate, values[kCertificate], log)) {
-    return failed(L"Failed to decrypt certificate data. Error code: ", code);
+    return LogFailure(log, L"Failed to decrypt certificate data. Error code: ", code);
   }
 
   WriteLog(log, L"Validate certificate operation");
   bool valid = false;
   if (const uint32_t code = services.ValidateCertificate(valid, values[kCertificatePath],
                                                          certificate, fromFile, log)) {
-    return failed(L"Failed to validate certificate. Error code: ", code);
+    return LogFailure(log, L"Failed to validate certificate. Error code: ", code);
   }
   if (!valid) return refused(L"Certificate is not valid");
 
   WriteLog(log, L"Validate certificate information");
   valid = false;
   if (const uint32_t code = services.ValidateCertificateInformation(valid, certificate, log)) {
-    return failed(L"Failed to validate certificate information. Error code: ", code);
+    return LogFailure(log, L"Failed to validate certificate information. Error code: ", code);
   }
   if (!valid) return refused(L"Certificate information is not valid");
 
   WriteLog(log, L"Decrypt authToken data");
   std::vector<uint8_t> authTokenBytes;
   if (const uint32_t code = services.DecodeBase64(authTokenBytes, values[kAuthToken], log)) {
-    return failed(L"Failed to decrypt authToken data. Error code: ", code);
+    return LogFailure(log, L"Failed to decrypt authToken data. Error code: ", code);
   }
 
   WriteLog(log, L"Decode signed auth message");
@@ -275,13 +272,13 @@ uint32_t ValidateAuthorization(AuthorizationServices& services, bool& authorized
   WriteLog(log, L"Decrypt signed time message data");
   std::vector<uint8_t> timeBytes;
   if (const uint32_t code = services.DecodeBase64(timeBytes, values[kExecutionTime], log)) {
-    return failed(L"Could not decrypt data. Error code: ", code);
+    return LogFailure(log, L"Could not decrypt data. Error code: ", code);
   }
 
   WriteLog(log, L"Decode signed time");
   SignedTimeMessage signedTime;
   if (const uint32_t code = DecodeSignedTimeMessage(signedTime, timeBytes, log)) {
-    return failed(L"Could not decode signed time.Error code : ", code);
+    return LogFailure(log, L"Could not decode signed time.Error code : ", code);
   }
 
   WriteLog(log, L"Verify signature for certificate");
@@ -292,21 +289,21 @@ uint32_t ValidateAuthorization(AuthorizationServices& services, bool& authorized
   WriteLog(log, L"Read nonce from registry");
   std::vector<uint8_t> nonce;
   if (const uint32_t code = services.ReadNonce(nonce, log)) {
-    return failed(L"Failed to read nonce value from registtry. Error code: ", code);
+    return LogFailure(log, L"Failed to read nonce value from registtry. Error code: ", code);
   }
 
   WriteLog(log, L"Validate challenge");
   valid = false;
   if (const uint32_t code =
           services.ValidateChallenge(valid, nonce, signedTime, values[kAuthToken], log)) {
-    return failed(L"Failed to validate challenge. Error code: ", code);
+    return LogFailure(log, L"Failed to validate challenge. Error code: ", code);
   }
   if (!valid) return refused(L"Challenge is not valid");
 
   // From here on the challenge is spent, whatever the remaining checks decide.
   WriteLog(log, L"Delete nonce registry key");
   if (const uint32_t code = services.DeleteNonceKey(log)) {
-    return failed(L"Failed to delete registry key. Error code: ", code);
+    return LogFailure(log, L"Failed to delete registry key. Error code: ", code);
   }
 
   WriteLog(log, L"Check auth message time validity");
@@ -318,7 +315,7 @@ uint32_t ValidateAuthorization(AuthorizationServices& services, bool& authorized
   std::wstring configPath;
   uint8_t identityAvailable = 0;
   if (const uint32_t code = services.LocateAgentConfigFile(configPath, identityAvailable, log)) {
-    return failed(L"Failed to get OXAG information. Error code: ", code);
+    return LogFailure(log, L"Failed to get OXAG information. Error code: ", code);
   }
 
   if (const uint32_t code =

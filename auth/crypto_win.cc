@@ -10,8 +10,8 @@
 #include <new>
 
 #include "app/log.h"
-#include "base/allocation.h"
 #include "auth/crypto.h"
+#include "base/allocation.h"
 #include "base/build_config.h"
 #include "base/result_codes.h"
 #include "base/win_handles.h"
@@ -27,10 +27,6 @@ using UniqueCertChain =
 uint32_t FailureCode() {
   const DWORD error = GetLastError();
   return error != 0 ? error : kErrorInvalidData;
-}
-
-void LogCode(Logger* log, const wchar_t* message, uint32_t code) {
-  WriteLog(log, message + std::to_wstring(code));
 }
 
 // Certificate names are 8-bit text; the log takes each byte as one character.
@@ -50,7 +46,7 @@ uint32_t GetSimpleName(std::string& name, PCCERT_CONTEXT certificate, DWORD flag
       CertGetNameStringA(certificate, CERT_NAME_SIMPLE_DISPLAY_TYPE, flags, nullptr, nullptr, 0);
   if (size == 0) {
     const uint32_t code = FailureCode();
-    LogCode(log, L"Could not get certificate name size. Error code: ", code);
+    LogFailure(log, L"Could not get certificate name size. Error code: ", code);
     return code;
   }
   std::string buffer;
@@ -63,7 +59,7 @@ uint32_t GetSimpleName(std::string& name, PCCERT_CONTEXT certificate, DWORD flag
                                            nullptr, buffer.data(), size);
   if (written == 0) {
     const uint32_t code = FailureCode();
-    LogCode(log, L"Could not get certificate name. Error code: ", code);
+    LogFailure(log, L"Could not get certificate name. Error code: ", code);
     return code;
   }
   buffer.resize(written - 1);  // the count includes the terminating null
@@ -74,7 +70,7 @@ uint32_t GetSimpleName(std::string& name, PCCERT_CONTEXT certificate, DWORD flag
 // SHA-256 for VerifySignature's steps; logs the failure.
 bool HashStep(std::vector<uint8_t>& digest, const std::vector<uint8_t>& data, Logger* log) {
   if (const uint32_t code = ComputeSha256(digest, data.data(), data.size(), log)) {
-    LogCode(log, L"Failed to compute hash. Error code: ", code);
+    LogFailure(log, L"Failed to compute hash. Error code: ", code);
     return false;
   }
   return true;
@@ -121,7 +117,7 @@ uint32_t ValidateCertificate(bool& isValid, const std::wstring& certificatePath,
                               CERT_STORE_OPEN_EXISTING_FLAG, certificatePath.c_str()));
     if (!store) {
       const uint32_t code = FailureCode();
-      LogCode(log, L"Failed to open certificate from path. Error code: ", code);
+      LogFailure(log, L"Failed to open certificate from path. Error code: ", code);
       return code;
     }
   } else {
@@ -129,7 +125,7 @@ uint32_t ValidateCertificate(bool& isValid, const std::wstring& certificatePath,
     store.reset(CertOpenStore(CERT_STORE_PROV_MEMORY, 0, 0, 0, nullptr));
     if (!store) {
       const uint32_t code = FailureCode();
-      LogCode(log, L"Failed to open certificate. Error code: ", code);
+      LogFailure(log, L"Failed to open certificate. Error code: ", code);
       return code;
     }
     WriteLog(log, L"Add certificate data to certificate in store");
@@ -137,7 +133,7 @@ uint32_t ValidateCertificate(bool& isValid, const std::wstring& certificatePath,
                                           Size(certificateBytes), CERT_STORE_ADD_USE_EXISTING,
                                           nullptr)) {
       const uint32_t code = FailureCode();
-      LogCode(log, L"Failed to add encoded certificate to store. Error code: ", code);
+      LogFailure(log, L"Failed to add encoded certificate to store. Error code: ", code);
       return code;
     }
   }
@@ -171,7 +167,7 @@ uint32_t ValidateCertificate(bool& isValid, const std::wstring& certificatePath,
     if (!CertGetCertificateChain(HCCE_CURRENT_USER, certificate.get(), nullptr, store.get(),
                                  &parameters, 0, nullptr, chain.put())) {
       const uint32_t code = FailureCode();
-      LogCode(log, L"Cannot build certificate chain. Error code: ", code);
+      LogFailure(log, L"Cannot build certificate chain. Error code: ", code);
       return code;
     }
     // Without a reachable revocation list the status is unknown; that alone is tolerated.
@@ -182,7 +178,7 @@ uint32_t ValidateCertificate(bool& isValid, const std::wstring& certificatePath,
   WriteLog(log, L"Close certificate store");
   if (!CertCloseStore(store.release(), CERT_CLOSE_STORE_CHECK_FLAG)) {
     const uint32_t code = FailureCode();
-    LogCode(log, L"Could not close certificate store. Error code: ", code);
+    LogFailure(log, L"Could not close certificate store. Error code: ", code);
     return code;
   }
   isValid = verdict;
@@ -198,7 +194,7 @@ uint32_t ValidateCertificateInformation(bool& isValid, const std::vector<uint8_t
       X509_ASN_ENCODING, certificateBytes.data(), Size(certificateBytes)));
   if (!certificate) {
     const uint32_t code = FailureCode();
-    LogCode(log, L"Could not create certificate context. Error code: ", code);
+    LogFailure(log, L"Could not create certificate context. Error code: ", code);
     return code;
   }
 
@@ -285,7 +281,7 @@ bool VerifySignature(const std::vector<uint8_t>& certificateBytes,
   UniqueCertContext certificate(CertCreateCertificateContext(
       X509_ASN_ENCODING, certificateBytes.data(), Size(certificateBytes)));
   if (!certificate) {
-    LogCode(log, L"Could not create certificate context. Error code: ", FailureCode());
+    LogFailure(log, L"Could not create certificate context. Error code: ", FailureCode());
     return false;
   }
 
@@ -294,7 +290,7 @@ bool VerifySignature(const std::vector<uint8_t>& certificateBytes,
   if (!CryptImportPublicKeyInfoEx2(X509_ASN_ENCODING,
                                    &certificate.get()->pCertInfo->SubjectPublicKeyInfo, 0, nullptr,
                                    key.put())) {
-    LogCode(log, L"Cannot import public key info. Error code: ", FailureCode());
+    LogFailure(log, L"Cannot import public key info. Error code: ", FailureCode());
     return false;
   }
 
@@ -316,7 +312,7 @@ bool VerifySignature(const std::vector<uint8_t>& certificateBytes,
       key.get(), &padding, signedHash.data(), Size(signedHash),
       const_cast<PUCHAR>(signature.data()), Size(signature), BCRYPT_PAD_PKCS1);
   if (status != 0) {
-    LogCode(log, L"Failed to verify signature. Error code: ", static_cast<uint32_t>(status));
+    LogFailure(log, L"Failed to verify signature. Error code: ", static_cast<uint32_t>(status));
     return false;
   }
   WriteLog(log, L"Finished verifying signature successfully");
@@ -334,7 +330,8 @@ uint32_t GenerateRandomBytes(std::vector<uint8_t>& buffer, Logger* log) {
   const NTSTATUS status = BCryptGenRandom(nullptr, bytes.data(), static_cast<ULONG>(bytes.size()),
                                           BCRYPT_USE_SYSTEM_PREFERRED_RNG);
   if (status != 0) {
-    LogCode(log, L"Failed to generate random bytes. Error code: ", static_cast<uint32_t>(status));
+    LogFailure(log, L"Failed to generate random bytes. Error code: ",
+               static_cast<uint32_t>(status));
     return static_cast<uint32_t>(status);
   }
   buffer = std::move(bytes);

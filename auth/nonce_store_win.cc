@@ -16,10 +16,6 @@
 namespace tarn {
 namespace {
 
-void LogCode(Logger* log, const wchar_t* message, uint32_t code) {
-  WriteLog(log, message + std::to_wstring(code));
-}
-
 }  // namespace
 
 uint32_t ReadNonce(std::vector<uint8_t>& nonce, Logger* log) {
@@ -34,14 +30,14 @@ uint32_t ReadNonce(std::vector<uint8_t>& nonce, Logger* log) {
   UniqueHkey key;
   if (const LSTATUS status =
           RegOpenKeyExA(HKEY_CURRENT_USER, kNonceKeyPath, 0, KEY_READ, key.put())) {
-    LogCode(log, L"Failed to open key registry. Error code: ", status);
+    LogFailure(log, L"Failed to open key registry. Error code: ", status);
     return status;
   }
 
   WriteLog(log, L"Get key value");
   if (const LSTATUS status =
           RegQueryValueExA(key.get(), kNonceValueName, nullptr, nullptr, nullptr, nullptr)) {
-    LogCode(log, L"Failed to read key value. Error code: ", status);
+    LogFailure(log, L"Failed to read key value. Error code: ", status);
     return status;
   }
 
@@ -58,7 +54,7 @@ uint32_t ReadNonce(std::vector<uint8_t>& nonce, Logger* log) {
     }
   }
   if (status != ERROR_SUCCESS) {
-    LogCode(log, L"Failed to copy value to buffer. Error code: ", status);
+    LogFailure(log, L"Failed to copy value to buffer. Error code: ", status);
     return status;
   }
   buffer.resize(size);
@@ -73,7 +69,7 @@ uint32_t StoreNonce(const std::vector<uint8_t>& nonce, Logger* log) {
   if (const LSTATUS status =
           RegCreateKeyExA(HKEY_CURRENT_USER, kNonceKeyPath, 0, nullptr, REG_OPTION_NON_VOLATILE,
                           KEY_ALL_ACCESS, nullptr, key.put(), nullptr)) {
-    LogCode(log, L"Failed to create registry key. Error code: ", status);
+    LogFailure(log, L"Failed to create registry key. Error code: ", status);
     return status;
   }
 
@@ -85,7 +81,7 @@ uint32_t StoreNonce(const std::vector<uint8_t>& nonce, Logger* log) {
   data.push_back(0xFF);
   if (const LSTATUS status = RegSetValueExA(key.get(), kNonceValueName, 0, REG_SZ, data.data(),
                                             static_cast<DWORD>(nonce.size()))) {
-    LogCode(log, L"Failed to set value in registry. Error code: ", status);
+    LogFailure(log, L"Failed to set value in registry. Error code: ", status);
     return status;
   }
 
@@ -96,7 +92,7 @@ uint32_t StoreNonce(const std::vector<uint8_t>& nonce, Logger* log) {
           reinterpret_cast<PSECURITY_DESCRIPTOR*>(descriptor.put()), nullptr)) {
     // A failure without an error must still stop the store: the key would stay open to all.
     const uint32_t code = GetLastError() != 0 ? GetLastError() : kErrorInvalidData;
-    LogCode(log, L"Failed to create security descriptor. Error code: ", code);
+    LogFailure(log, L"Failed to create security descriptor. Error code: ", code);
     return code;
   }
   WriteLog(log, L"Security descriptor created successfully");
@@ -104,7 +100,7 @@ uint32_t StoreNonce(const std::vector<uint8_t>& nonce, Logger* log) {
   WriteLog(log, L"Set registry key security descriptor");
   if (const LSTATUS status =
           RegSetKeySecurity(key.get(), DACL_SECURITY_INFORMATION, descriptor.get())) {
-    LogCode(log, L"Failed to set security descriptor: Error code: ", status);
+    LogFailure(log, L"Failed to set security descriptor: Error code: ", status);
     return status;
   }
   WriteLog(log, L"Registry key security descriptor set successfully");
