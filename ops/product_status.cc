@@ -4,6 +4,7 @@
 
 #include "app/log.h"
 #include "base/json.h"
+#include "base/result_codes.h"
 #include "base/text.h"
 
 namespace tarn {
@@ -16,6 +17,19 @@ std::string Text(const rapidjson::Value& value) {
 std::wstring Wide(const std::string& text) { return Utf8ToWide(text); }
 
 }  // namespace
+
+uint32_t WalkStatusOutput(const rapidjson::Value& status, StatusWalk walk, std::string& payload,
+                          const wchar_t* closing, Logger* log) {
+  uint32_t code = 0;
+  try {
+    payload = walk(status, log);
+  } catch (...) {
+    WriteLog(log, L"Invalid JSON");
+    payload.clear();
+    code = kErrorInvalidJson;
+  }
+  return LogFailure(log, closing, code);
+}
 
 void AppendEntry(std::string& list, const std::string& entry, const char* separator) {
   if (!list.empty()) list += separator;

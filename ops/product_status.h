@@ -26,6 +26,13 @@ std::string FindProductVersion(const rapidjson::Value& output, Logger* log);
 std::string FindLastUpdateTime(const rapidjson::Value& output, Logger* log);
 std::string CollectFeatureStatus(const rapidjson::Value& output, Logger* log);
 
+using StatusWalk = std::string (*)(const rapidjson::Value& output, Logger* log);
+
+// Runs `walk` over `status` into `payload`, then logs `closing` with the code. The walks check
+// every type, so only a failed allocation can throw: "Invalid JSON", 3 and an empty payload.
+uint32_t WalkStatusOutput(const rapidjson::Value& status, StatusWalk walk, std::string& payload,
+                          const wchar_t* closing, Logger* log);
+
 // Appends `entry` to a "|"-joined list.
 void AppendEntry(std::string& list, const std::string& entry, const char* separator = "|");
 

@@ -1,36 +1,19 @@
 // The status queries' common frame: ask for "Product.GetStatus", walk its output, log the end.
 #include "agent/sdk_session.h"
 #include "app/log.h"
-#include "base/result_codes.h"
 #include "ops/product_status.h"
 
 namespace tarn {
 namespace {
 
-using Walk = std::string (*)(const rapidjson::Value& output, Logger* log);
-
-uint32_t WalkStatus(const rapidjson::Document& status, Walk walk, std::string& payload,
-                    const wchar_t* closing, Logger* log) {
-  uint32_t code = 0;
-  try {
-    payload = walk(status, log);
-  } catch (...) {
-    WriteLog(log, L"Invalid JSON");
-    payload.clear();
-    code = kErrorInvalidJson;
-  }
-  WriteLog(log, closing + std::to_wstring(code));
-  return code;
-}
-
-uint32_t RunStatusQuery(Walk walk, std::string& payload, const wchar_t* closing, Logger* log) {
+uint32_t RunStatusQuery(StatusWalk walk, std::string& payload, const wchar_t* closing, Logger* log) {
   WriteLog(log, L"Execute Product.GetStatus method");
   rapidjson::Document status;
   if (const uint32_t code = RunSdkMethod(status, L"Product.GetStatus", L"", L"", log); code != 0) {
     WriteLog(log, L"Failed to execute method. Error code: " + std::to_wstring(code));
     return code;
   }
-  return WalkStatus(status, walk, payload, closing, log);
+  return WalkStatusOutput(status, walk, payload, closing, log);
 }
 
 }  // namespace
@@ -48,7 +31,7 @@ uint32_t GetCriticalIssues(std::string& payload, Logger* log) {
     WriteLog(log, L"Failed to execute Product.GetStatus method");
     return code;
   }
-  return WalkStatus(status, CollectCriticalIssues, payload,
+  return WalkStatusOutput(status, CollectCriticalIssues, payload,
                     L"Finished to get critical issues with error: ", log);
 }
 

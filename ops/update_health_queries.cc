@@ -4,6 +4,7 @@
 #include "agent/sdk_session.h"
 #include "app/log.h"
 #include "base/result_codes.h"
+#include "ops/product_status.h"
 #include "ops/update_health.h"
 
 namespace tarn {
@@ -22,16 +23,8 @@ uint32_t GetUpdateErrors(std::string& payload, Logger* log) {
     WriteLog(log, L"Failed to execute Product.GetStatus with error: " + std::to_wstring(code));
     return code;
   }
-  uint32_t code = 0;
-  try {
-    payload = CollectUpdateErrors(status, log);
-  } catch (...) {
-    WriteLog(log, L"Invalid JSON");
-    payload.clear();
-    code = kErrorInvalidJson;
-  }
-  WriteLog(log, L"Finished to get update errors with error: " + std::to_wstring(code));
-  return code;
+  return WalkStatusOutput(status, CollectUpdateErrors, payload,
+                          L"Finished to get update errors with error: ", log);
 }
 
 uint32_t GetUpdateStatus(const std::string& location, std::string& payload, Logger* log) {
