@@ -2,8 +2,8 @@
 
 #include <algorithm>
 
-#include "app/log.h"
 #include "base/json.h"
+#include "base/log.h"
 #include "base/result_codes.h"
 #include "base/text.h"
 

@@ -8,9 +8,9 @@
 #include <random>
 #include <vector>
 
-#include "app/log.h"
-#include "app/test_log_capture.h"
+#include "base/log.h"
 #include "base/result_codes.h"
+#include "base/test_log_capture.h"
 
 namespace tarn {
 namespace {

@@ -6,7 +6,7 @@
 
 #include "agent/endpoint_identity.h"
 #include "agent/sdk_session.h"
-#include "app/log.h"
+#include "base/log.h"
 #include "base/win_handles.h"
 
 namespace tarn {

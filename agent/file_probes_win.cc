@@ -4,8 +4,9 @@
 #include <memory>
 #include <new>
 
-#include "agent/probes.h"
-#include "app/log.h"
+#include "agent/file_probes.h"
+#include "base/log.h"
+#include "base/text.h"
 
 namespace tarn {
 
@@ -56,7 +57,7 @@ uint32_t GetFileVersionString(const std::wstring& path, std::string& versionText
                 LOWORD(info->dwProductVersionLS));
   versionText = text;
   WriteLog(log, L"RMM Tools version retrieved successfully. Version is: " +
-                    std::wstring(versionText.begin(), versionText.end()));
+                    SingleByteToWide(versionText));
   return 0;
 }
 

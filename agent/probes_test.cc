@@ -1,4 +1,5 @@
-#include "agent/probes.h"
+#include "agent/file_probes.h"
+#include "agent/system_probes.h"
 
 #include <windows.h>
 

@@ -3,9 +3,9 @@
 #include <chrono>
 
 #include "agent/sdk_session_state.h"
-#include "app/log.h"
+#include "base/command_facts.h"
+#include "base/log.h"
 #include "base/result_codes.h"
-#include "base/text.h"
 
 namespace tarn {
 
@@ -14,15 +14,9 @@ int64_t WaitProcessOnProduct(int64_t endpointSdkError, const std::wstring& comma
   WriteLog(log, L"Execute WaitProcessOnProduct");
   if (endpointSdkError != 0) return endpointSdkError;
 
-  const std::wstring command = ToLowerWide(commandName);
-  std::chrono::seconds timeout;
-  if (command == L"-competitorsassessment") {
-    timeout = std::chrono::hours(1);
-  } else if (command == L"-removecompetitors" || command == L"-removeallcompetitors") {
-    timeout = std::chrono::hours(6);
-  } else {
-    return 0;
-  }
+  const CommandFacts* facts = FindCommandFacts(commandName);
+  const std::chrono::seconds timeout = facts != nullptr ? facts->productWait : kNoProductWait;
+  if (timeout == kNoProductWait) return 0;
   WriteLog(log, L"Execute WaitProcessOnProduct with timeout " + std::to_wstring(timeout.count()));
 
   std::unique_lock<std::mutex> lock(SessionState.mutex);

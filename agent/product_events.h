@@ -9,10 +9,11 @@ namespace tarn {
 
 class Logger;
 
-// Runs after every reply. A non-zero `endpointSdkError` passes through unchanged. The competitor
-// commands then wait for their product event (assessment up to 3600 s, removal up to 21600 s);
-// every other command returns 0 at once. A wait that runs out ends the command with 1460.
-int64_t WaitProcessOnProduct(int64_t endpointSdkError, const std::wstring& commandName,
+// Runs after every reply. A non-zero `endpointSdkError` passes through unchanged. A command whose
+// row names a product wait (the competitor commands) then waits that long for its product event;
+// every other command returns 0 at once.
+/// Returns the new EndpointSdkError: 0, or 1460 when the wait ran out.
+[[nodiscard]] int64_t WaitProcessOnProduct(int64_t endpointSdkError, const std::wstring& commandName,
                              Logger* log);
 
 }  // namespace tarn

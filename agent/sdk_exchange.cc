@@ -7,7 +7,7 @@
 #include "agent/sdk_reply.h"
 #include "agent/sdk_requests.h"
 #include "agent/sdk_session_state.h"
-#include "app/log.h"
+#include "base/log.h"
 #include "base/result_codes.h"
 #include "base/text.h"
 

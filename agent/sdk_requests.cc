@@ -3,6 +3,7 @@
 #include <cstdio>
 
 #include "base/build_config.h"
+#include "base/command_facts.h"
 #include "base/text.h"
 
 namespace tarn {
@@ -56,14 +57,8 @@ std::string FormatRequestId(uint32_t data1, uint16_t data2, uint16_t data3,
 }
 
 std::chrono::seconds ReplyTimeoutFor(const std::wstring& commandName) {
-  const std::wstring command = ToLowerWide(commandName);
-  if (command == L"-startfullscan") return std::chrono::hours(48);
-  if (command == L"-startquickscan") return std::chrono::hours(6);
-  if (command == L"-competitorsassessment" || command == L"-removecompetitors" ||
-      command == L"-removeallcompetitors") {
-    return std::chrono::minutes(5);
-  }
-  return std::chrono::seconds(10);
+  const CommandFacts* facts = FindCommandFacts(commandName);
+  return facts != nullptr ? facts->replyTimeout : kDefaultReplyTimeout;
 }
 
 }  // namespace tarn

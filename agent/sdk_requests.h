@@ -18,8 +18,8 @@ std::wstring MethodNamespace(const std::wstring& methodKey);
 std::string FormatRequestId(uint32_t data1, uint16_t data2, uint16_t data3,
                             const uint8_t (&data4)[8]);
 
-// How long the session waits for a reply when no explicit time-out is set, by command word
-// (letter case ignored).
+// How long the session waits for a reply when no explicit time-out is set: the reply time-out
+// of the command's row (the word's letter case ignored), 10 s for any other name.
 std::chrono::seconds ReplyTimeoutFor(const std::wstring& commandName);
 
 }  // namespace tarn

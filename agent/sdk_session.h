@@ -11,6 +11,14 @@ namespace tarn {
 
 class Logger;
 
+// Proves that the module at `path` is the maker's before it is loaded. Returns 0 with the verdict
+// in `isValid`, or the check's code; `isValid` must be true as well for the module to be used.
+using ModuleCheck = uint32_t (*)(bool& isValid, const std::wstring& path, Logger* log);
+
+// The check every session runs on the SDK library, handed over once at start-up (the signature
+// validation belongs to a layer this one may not include). Without one, no library is loaded.
+void UseModuleCheck(ModuleCheck check);
+
 // The session. Returns its own result; `apiError` gets the last SDK call's result and
 // `endpointSdkError` the agent's "error" (3 for a malformed reply, or the product wait's result).
 // An empty `explicitRequest` sends the method's template.

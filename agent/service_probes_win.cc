@@ -4,8 +4,9 @@
 #include <memory>
 #include <new>
 
-#include "agent/probes.h"
-#include "app/log.h"
+#include "agent/service_probes.h"
+#include "base/log.h"
+#include "base/text.h"
 #include "base/win_handles.h"
 
 namespace tarn {
@@ -14,11 +15,6 @@ namespace {
 constexpr const wchar_t* kAgentServices[] = {L"OXIntegrationService", L"OXSecurityService"};
 constexpr int kServiceChecks = 5;
 constexpr DWORD kServiceCheckPauseMs = 5000;
-
-std::wstring AgentDirectory(const std::wstring& imagePath) {
-  const size_t slash = imagePath.rfind(L'\\');
-  return slash == std::wstring::npos ? imagePath : imagePath.substr(0, slash);
-}
 
 }  // namespace
 
@@ -133,7 +129,7 @@ uint32_t LocateAgentConfigFile(std::wstring& path, uint8_t& servicesRunning, Log
   if (status == ERROR_FILE_NOT_FOUND) return 0;  // the agent is not registered
   if (status != 0) return status;
 
-  const std::wstring directory = AgentDirectory(imagePath);
+  const std::wstring directory = DirectoryOf(imagePath);
   path = directory + L"\\oxagng\\oxagng.jso";
   const DWORD attributes = GetFileAttributesW(path.c_str());
   if (attributes == INVALID_FILE_ATTRIBUTES || (attributes & FILE_ATTRIBUTE_DIRECTORY) != 0) {

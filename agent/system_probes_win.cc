@@ -1,9 +1,9 @@
 #include <windows.h>
 
-#include "agent/probes.h"
 #include "agent/sdk_session.h"
-#include "app/log.h"
+#include "agent/system_probes.h"
 #include "base/json.h"
+#include "base/log.h"
 #include "base/win_handles.h"
 
 namespace tarn {

@@ -1,38 +1,45 @@
 #include "app/command_table.h"
 
-#include "app/handlers.h"
+#include "app/challenge_handler.h"
+#include "app/status_handlers.h"
+#include "app/system_handlers.h"
+#include "ops/product_status.h"
+#include "ops/update_health.h"
 
 namespace tarn {
-
-const CommandEntry kCommands[] = {
-    {L"-checkifrebootrequired", HandleCheckIfRebootRequired,
-     "tells whether the machine must restart"},
-    {L"-checkiflegacyversion", HandleCheckIfLegacyVersion,
-     "tells whether the operating system is older than Windows 7"},
-    {L"-checkis64bitos", HandleCheckIs64BitOs, "tells whether the operating system is 64-bit"},
-    {L"-checkforupdateerrors", HandleCheckForUpdateErrors, "reports update errors"},
-    {L"-getupdatestatus", HandleGetUpdateStatus, "reports one update location's status"},
-    {L"-hascriticalissues", HandleHasCriticalIssues, "reports critical issues"},
-    {L"-isuptodate", HandleIsUpToDate, "tells whether the agent is up to date"},
-    {L"-getupdatelocations", HandleGetUpdateLocations, "reports the update locations"},
-    {L"-getproductversion", HandleGetProductVersion, "reports the agent's version"},
-    {L"-getlastupdate", HandleGetLastUpdate, "reports the time of the last update"},
-    {L"-getfeaturestatus", HandleGetFeatureStatus, "reports the state of the agent's features"},
-    {L"-getversion", HandleGetVersion, "reports this tool's own version"},
-    {L"-getchallenge", HandleGetChallenge, "issues an authorization challenge"},
-};
-const size_t kCommandCount = sizeof(kCommands) / sizeof(kCommands[0]);
-
 namespace {
 
-std::unordered_map<std::wstring, CommandHandler> BuildCommandTable() {
-  std::unordered_map<std::wstring, CommandHandler> table;
-  for (const auto& command : kCommands) table.emplace(command.word, command.handler);
+const CommandBinding kBindings[] = {
+    {Command::kCheckIfRebootRequired, AnswerRebootRequired},
+    {Command::kCheckIfLegacyVersion, AnswerLegacyWindows},
+    {Command::kCheckIs64BitOs, AnswerIs64BitOs},
+    {Command::kCheckForUpdateErrors, GetUpdateErrors},
+    {Command::kGetUpdateStatus, AnswerUpdateStatus},
+    {Command::kHasCriticalIssues, GetCriticalIssues},
+    {Command::kIsUpToDate, AnswerUpToDate},
+    {Command::kGetUpdateLocations, GetUpdateLocations},
+    {Command::kGetProductVersion, GetProductVersion},
+    {Command::kGetLastUpdate, GetLastUpdateTime},
+    {Command::kGetFeatureStatus, GetFeatureStatus},
+    {Command::kGetVersion, AnswerToolVersion},
+    {Command::kGetChallenge, AnswerChallenge},
+};
+
+std::unordered_map<std::wstring, const CommandBinding*> BuildCommandTable() {
+  std::unordered_map<std::wstring, const CommandBinding*> table;
+  for (const CommandBinding& binding : kBindings) {
+    table.emplace(FactsOf(binding.command).word, &binding);
+  }
   return table;
 }
 
 }  // namespace
 
-const std::unordered_map<std::wstring, CommandHandler> CommandTable = BuildCommandTable();
+const std::unordered_map<std::wstring, const CommandBinding*> CommandTable = BuildCommandTable();
+
+uint32_t RunCommand(const CommandBinding& binding) {
+  if (binding.handler != nullptr) return binding.handler();
+  return RunCommonPattern(FactsOf(binding.command), binding.operation);
+}
 
 }  // namespace tarn

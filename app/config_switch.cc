@@ -4,7 +4,7 @@
 #include <filesystem>
 #include <fstream>
 
-#include "app/log.h"
+#include "base/log.h"
 
 namespace tarn {
 

@@ -6,7 +6,7 @@
 #include <filesystem>
 #include <fstream>
 
-#include "app/log.h"
+#include "base/log.h"
 
 namespace tarn {
 namespace {

@@ -7,7 +7,8 @@
 #include <new>
 
 #include "app/dispatcher.h"
-#include "app/process_state.h"
+#include "app/wiring.h"
+#include "base/process_state.h"
 #include "base/result_codes.h"
 
 int wmain(int argc, wchar_t* argv[]) {
@@ -19,6 +20,7 @@ int wmain(int argc, wchar_t* argv[]) {
   // The answer is written byte for byte: no "\r" slipped in before a "\n".
   _setmode(_fileno(stdout), _O_BINARY);
 
+  tarn::WireModuleCheck();
   tarn::ArgumentList.assign(argv, argv + argc);
   tarn::ArgumentCount = argc;
   return static_cast<int>(tarn::Dispatch(*settings));

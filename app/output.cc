@@ -2,7 +2,7 @@
 
 #include <cstdio>
 
-#include "app/process_state.h"
+#include "base/process_state.h"
 
 namespace tarn {
 

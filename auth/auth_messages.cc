@@ -3,9 +3,10 @@
 #include <ctime>
 #include <utility>
 
-#include "app/log.h"
 #include "auth/ber_reader.h"
+#include "base/log.h"
 #include "base/result_codes.h"
+#include "base/text.h"
 
 namespace tarn {
 namespace {
@@ -27,13 +28,6 @@ uint32_t ReadNumber(const std::vector<uint8_t>& contents) {
   uint32_t value = 0;
   for (uint8_t octet : contents) value = (value << 8) | octet;
   return value;
-}
-
-// 8-bit text, one byte per character, so the log file gets the same bytes back.
-std::wstring WidenBytes(const std::string& text) {
-  std::wstring wide;
-  for (unsigned char c : text) wide += static_cast<wchar_t>(c);
-  return wide;
 }
 
 // Contents that must not be empty, after the step's own line ("Get node value", ...).
@@ -126,7 +120,7 @@ uint32_t DecodeIdentifier(BerNode& element, BerStream& stream, SignedAuthMessage
     if (result != 0) return result;
     WriteLog(log, L"Get value");
     std::string text(value.begin(), value.end());
-    WriteLog(log, L"Identifier value inserted: " + WidenBytes(text));
+    WriteLog(log, L"Identifier value inserted: " + SingleByteToWide(text));
     values.insert(std::move(text));
   }
   return 0;

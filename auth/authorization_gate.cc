@@ -1,18 +1,40 @@
 #include "auth/authorization_gate.h"
 
 #include <algorithm>
-#include <cstdio>
+#include <iterator>
 
-#include "app/log.h"
+#include "base/command_facts.h"
+#include "base/log.h"
 #include "base/text.h"
 
 namespace tarn {
 
-const std::map<std::wstring, uint32_t> CommandPermissions = {
-    {L"-uninstall", 3},    {L"-competitorsassessment", 19}, {L"-removecompetitors", 20},
-    {L"-addfeatures", 21}, {L"-removefeatures", 22},
-};
-const std::set<std::wstring> LegacySupportedCommands = {L"-uninstall"};
+namespace {
+
+std::map<std::wstring, uint32_t> PermissionsOfTheRows() {
+  std::map<std::wstring, uint32_t> permissions;
+  for (const CommandFacts& facts : kCommandFacts) {
+    for (const RequiredPermission& required : facts.permissions) {
+      if (required.permission != nullptr) {
+        permissions.emplace(required.permission->word, required.permission->number);
+      }
+    }
+  }
+  return permissions;
+}
+
+std::set<std::wstring> LegacyRows() {
+  std::set<std::wstring> words;
+  for (const CommandFacts& facts : kCommandFacts) {
+    if (facts.legacySupport) words.insert(facts.word);
+  }
+  return words;
+}
+
+}  // namespace
+
+const std::map<std::wstring, uint32_t> CommandPermissions = PermissionsOfTheRows();
+const std::set<std::wstring> LegacySupportedCommands = LegacyRows();
 
 namespace {
 
@@ -61,19 +83,37 @@ uint32_t TakeOptions(std::vector<std::wstring>& arguments, int32_t& argumentCoun
   return 0;
 }
 
-std::string LowerHex(const std::vector<uint8_t>& bytes) {
-  std::string text;
-  char digits[3];
-  for (uint8_t byte : bytes) {
-    std::snprintf(digits, sizeof digits, "%02x", byte);
-    text += digits;
+// The permission words that the command line needs of `facts`. A permission with argument words
+// is needed when one of them is present (an edit that adds, removes, or sets, which does both),
+// and when none of the row's argument words is present at all; one without is always needed.
+std::vector<std::wstring> PermissionWords(const CommandFacts& facts,
+                                          const std::vector<std::wstring>& arguments,
+                                          int32_t argumentCount) {
+  auto selects = [&](const RequiredPermission& required) {
+    for (int32_t index = 2; index < argumentCount; ++index) {
+      const std::wstring word = ToLowerWide(arguments[index]);
+      for (const wchar_t* selector : required.selectedBy) {
+        if (selector != nullptr && word == selector) return true;
+      }
+    }
+    return false;
+  };
+  const bool anySelected =
+      std::any_of(std::begin(facts.permissions), std::end(facts.permissions), selects);
+  std::vector<std::wstring> words;
+  for (const RequiredPermission& required : facts.permissions) {
+    if (required.permission == nullptr) continue;
+    if (!anySelected || required.selectedBy[0] == nullptr || selects(required)) {
+      words.push_back(required.permission->word);
+    }
   }
-  return text;
+  return words;
 }
 
 // The identifiers of the message against this endpoint. 0, 20 for a mismatch, or the failing
 // step's code.
-uint32_t MatchIdentifiers(AuthorizationServices& services, const SignedAuthMessage& message,
+uint32_t MatchIdentifiers(AuthorizationServices& services, const IdentityServices& identity,
+                          const SignedAuthMessage& message,
                           const std::wstring& configPath, bool identityAvailable, Logger* log) {
   WriteLog(log, L"Get information based on decoded indetifiers");
   for (const auto& [type, values] : message.identifiers) {
@@ -81,7 +121,7 @@ uint32_t MatchIdentifiers(AuthorizationServices& services, const SignedAuthMessa
     if (type == kIdentifierHardwareId) {
       WriteLog(log, L"Hardware Id identifier type");
       std::string hardwareId;
-      if (const uint32_t code = services.ReadHardwareId(configPath, hardwareId, log); code != 0) {
+      if (const uint32_t code = identity.readHardwareId(configPath, hardwareId, log); code != 0) {
         WriteLog(log, L"Failed to get endpoint information. Error code: " + std::to_wstring(code));
         return code;
       }
@@ -96,7 +136,7 @@ uint32_t MatchIdentifiers(AuthorizationServices& services, const SignedAuthMessa
       WriteLog(log, L"SHA256 Hardware Id identifier type");
       std::string hardwareId;
       const uint32_t code =
-          services.GetEndpointInformation(hardwareId, configPath, identityAvailable, log);
+          identity.getEndpointInformation(hardwareId, configPath, identityAvailable, log);
       if (code != 0) {
         WriteLog(log, L"Failed to get endpoint information. Error code: " + std::to_wstring(code));
         return code;
@@ -108,7 +148,7 @@ uint32_t MatchIdentifiers(AuthorizationServices& services, const SignedAuthMessa
         WriteLog(log, L"Failed to compute hash. Error code: " + std::to_wstring(hashCode));
         return hashCode;
       }
-      if (values.count(LowerHex(digest)) == 0) {
+      if (values.count(ToLowerHex(digest)) == 0) {
         WriteLog(log, L"SHA 256 Hardware Id not found");
         return kErrorIdentifierNotMatched;
       }
@@ -139,34 +179,16 @@ bool IsCommandToBeAuthorized(std::vector<uint32_t>& requiredPermissions,
                              const std::vector<std::wstring>& arguments, int32_t argumentCount,
                              Logger* log) {
   WriteLog(log, L"Begin command search");
-  const std::wstring command = ToLowerWide(arguments[1]);
-  std::vector<std::wstring> words;
-  if (command == L"-uninstall") {
-    words = {L"-uninstall"};
-  } else if (command == L"-editfeatures") {
-    // The permissions follow the edit words present: adding, removing, or setting (both).
-    bool add = false, remove = false;
-    for (int32_t index = 2; index < argumentCount; ++index) {
-      const std::wstring word = ToLowerWide(arguments[index]);
-      add = add || word == L"-add" || word == L"-set";
-      remove = remove || word == L"-remove" || word == L"-set";
-    }
-    // Without an edit word nothing narrows the edit: both permissions are needed.
-    if (add || !remove) words.push_back(L"-addfeatures");
-    if (remove || !add) words.push_back(L"-removefeatures");
-  } else if (command == L"-competitorsassessment") {
-    words = {L"-competitorsassessment"};
-  } else if (command == L"-removecompetitors" || command == L"-removeallcompetitors") {
-    words = {L"-removecompetitors"};
-  } else {
-    return false;
-  }
-  return FindAuthorizedCommands(requiredPermissions, words, log);
+  const CommandFacts* facts = FindCommandFacts(arguments[1]);
+  if (facts == nullptr || facts->permissions[0].permission == nullptr) return false;
+  return FindAuthorizedCommands(requiredPermissions,
+                                PermissionWords(*facts, arguments, argumentCount), log);
 }
 
-uint32_t ValidateAuthorization(AuthorizationServices& services, bool& authorized,
-                               bool& authorizationServiceUsed, std::vector<std::wstring>& arguments,
-                               int32_t& argumentCount, Logger* log) {
+uint32_t ValidateAuthorization(AuthorizationServices& services, const IdentityServices& identity,
+                               bool& authorized, bool& authorizationServiceUsed,
+                               std::vector<std::wstring>& arguments, int32_t& argumentCount,
+                               Logger* log) {
   WriteLog(log, L"Validate authorization");
   authorized = false;
   authorizationServiceUsed = false;
@@ -314,12 +336,12 @@ uint32_t ValidateAuthorization(AuthorizationServices& services, bool& authorized
   WriteLog(log, L"Get OXAG information");
   std::wstring configPath;
   uint8_t identityAvailable = 0;
-  if (const uint32_t code = services.LocateAgentConfigFile(configPath, identityAvailable, log)) {
+  if (const uint32_t code = identity.locateAgentConfigFile(configPath, identityAvailable, log)) {
     return LogFailure(log, L"Failed to get OXAG information. Error code: ", code);
   }
 
   if (const uint32_t code =
-          MatchIdentifiers(services, message, configPath, identityAvailable != 0, log)) {
+          MatchIdentifiers(services, identity, message, configPath, identityAvailable != 0, log)) {
     return code;
   }
 

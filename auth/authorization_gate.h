@@ -5,6 +5,7 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
 #include <map>
 #include <set>
 #include <string>
@@ -49,16 +50,23 @@ class AuthorizationServices {
                                      const SignedTimeMessage& signedTime,
                                      const std::wstring& authToken, Logger* log) = 0;
   virtual uint32_t DeleteNonceKey(Logger* log) = 0;
-  virtual uint32_t LocateAgentConfigFile(std::wstring& path, uint8_t& servicesRunning,
-                                         Logger* log) = 0;
-  // The hardware id in the agent's configuration file.
-  virtual uint32_t ReadHardwareId(const std::wstring& configPath, std::string& hardwareId,
-                                  Logger* log) = 0;
-  // The identity from the agent (asked first when `askAgent`) and its configuration file.
-  virtual uint32_t GetEndpointInformation(std::string& hardwareId, const std::wstring& configPath,
-                                          bool askAgent, Logger* log) = 0;
   virtual uint32_t ComputeSha256(std::vector<uint8_t>& digest, const std::string& data,
                                  Logger* log) = 0;
+};
+
+// What the gate learns of this endpoint from the agent bridge, a layer this one may not include:
+// app/ hands the real functions over with each call.
+struct IdentityServices {
+  // Where the agent's configuration file is, and whether the agent's services run.
+  std::function<uint32_t(std::wstring& path, uint8_t& servicesRunning, Logger* log)>
+      locateAgentConfigFile;
+  // The hardware id in the agent's configuration file.
+  std::function<uint32_t(const std::wstring& configPath, std::string& hardwareId, Logger* log)>
+      readHardwareId;
+  // The identity from the agent (asked first when `askAgent`) and its configuration file.
+  std::function<uint32_t(std::string& hardwareId, const std::wstring& configPath, bool askAgent,
+                         Logger* log)>
+      getEndpointInformation;
 };
 
 // Gathers the permissions the command in `arguments` needs; false when it needs none.
@@ -71,10 +79,12 @@ bool FindAuthorizedCommands(std::vector<uint32_t>& requiredPermissions,
 
 // Returns 0 when a verdict was reached (it is in `authorized`), or a code that ends the process.
 // Takes the authorization options out of `arguments`, lowering `argumentCount` by 2 per pair.
-uint32_t ValidateAuthorization(bool& authorized, bool& authorizationServiceUsed,
-                               std::vector<std::wstring>& arguments, int32_t& argumentCount);
-uint32_t ValidateAuthorization(AuthorizationServices& services, bool& authorized,
+uint32_t ValidateAuthorization(const IdentityServices& identity, bool& authorized,
                                bool& authorizationServiceUsed, std::vector<std::wstring>& arguments,
-                               int32_t& argumentCount, Logger* log);
+                               int32_t& argumentCount);
+uint32_t ValidateAuthorization(AuthorizationServices& services, const IdentityServices& identity,
+                               bool& authorized, bool& authorizationServiceUsed,
+                               std::vector<std::wstring>& arguments, int32_t& argumentCount,
+                               Logger* log);
 
 }  // namespace tarn

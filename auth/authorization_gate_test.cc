@@ -100,20 +100,6 @@ struct FakeServices final : AuthorizationServices {
     calls.push_back("delete-nonce");
     return 0;
   }
-  uint32_t LocateAgentConfigFile(std::wstring& path, uint8_t& running, Logger*) override {
-    path = L"C:\\agent\\oxagng\\oxagng.jso";
-    running = 1;
-    return locateCode;
-  }
-  uint32_t ReadHardwareId(const std::wstring&, std::string& hardwareId, Logger*) override {
-    hardwareId = fileHardwareId;
-    return 0;
-  }
-  uint32_t GetEndpointInformation(std::string& hardwareId, const std::wstring&, bool,
-                                  Logger*) override {
-    hardwareId = agentHardwareId;
-    return identityCode;
-  }
   uint32_t ComputeSha256(std::vector<uint8_t>& digest, const std::string& data,
                          Logger*) override {
     digest.assign(data.begin(), data.end());  // a stand-in "hash": the text's own bytes
@@ -129,10 +115,25 @@ struct GateRun {
 };
 
 GateRun Gate(FakeServices& services, std::vector<std::wstring> arguments) {
+  IdentityServices identity;
+  identity.locateAgentConfigFile = [&](std::wstring& path, uint8_t& running, Logger*) {
+    path = L"C:\\agent\\oxagng\\oxagng.jso";
+    running = 1;
+    return services.locateCode;
+  };
+  identity.readHardwareId = [&](const std::wstring&, std::string& hardwareId, Logger*) {
+    hardwareId = services.fileHardwareId;
+    return 0u;
+  };
+  identity.getEndpointInformation = [&](std::string& hardwareId, const std::wstring&, bool,
+                                        Logger*) {
+    hardwareId = services.agentHardwareId;
+    return services.identityCode;
+  };
   GateRun run{};
   run.count = static_cast<int32_t>(arguments.size());
-  run.code = ValidateAuthorization(services, run.authorized, run.serviceUsed, arguments,
-                                   run.count, nullptr);
+  run.code = ValidateAuthorization(services, identity, run.authorized, run.serviceUsed,
+                                   arguments, run.count, nullptr);
   run.arguments = arguments;
   return run;
 }

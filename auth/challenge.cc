@@ -2,21 +2,10 @@
 
 #include <algorithm>
 
-#include "app/log.h"
+#include "base/log.h"
 #include "base/text.h"
 
 namespace tarn {
-
-std::string ToLowerHex(const std::vector<uint8_t>& bytes) {
-  static constexpr char kDigits[] = "0123456789abcdef";
-  std::string text;
-  text.reserve(bytes.size() * 2);
-  for (uint8_t byte : bytes) {
-    text += kDigits[byte >> 4];
-    text += kDigits[byte & 0x0F];
-  }
-  return text;
-}
 
 std::string AuthorizationTextBytes(const std::wstring& authorizationText) {
   return WideToSingleByte(authorizationText);

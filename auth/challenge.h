@@ -25,9 +25,6 @@ inline constexpr size_t kChallengeLength = 64;
 using Sha256Function = uint32_t (*)(std::vector<uint8_t>& digest, const uint8_t* data,
                                     size_t length, Logger* log);
 
-// Lowercase hexadecimal, two digits per byte.
-std::string ToLowerHex(const std::vector<uint8_t>& bytes);
-
 // The bytes hashed for an authorization text given on the command line: each character as one
 // byte (WideToSingleByte), as "-getchallenge" and the gate's "-authToken" both take it.
 std::string AuthorizationTextBytes(const std::wstring& authorizationText);

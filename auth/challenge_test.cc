@@ -4,7 +4,7 @@
 
 #include <map>
 
-#include "app/test_log_capture.h"
+#include "base/test_log_capture.h"
 
 namespace tarn {
 namespace {

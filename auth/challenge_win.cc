@@ -1,10 +1,10 @@
 // The challenge on the platform: SHA-256 from the crypto services, the nonce from the registry.
 #include <windows.h>
 
-#include "app/log.h"
 #include "auth/challenge.h"
 #include "auth/crypto.h"
 #include "auth/nonce_store.h"
+#include "base/log.h"
 
 namespace tarn {
 

@@ -9,11 +9,12 @@
 #include <climits>
 #include <new>
 
-#include "app/log.h"
 #include "auth/crypto.h"
 #include "base/allocation.h"
 #include "base/build_config.h"
+#include "base/log.h"
 #include "base/result_codes.h"
+#include "base/text.h"
 #include "base/win_handles.h"
 
 namespace tarn {
@@ -27,13 +28,6 @@ using UniqueCertChain =
 uint32_t FailureCode() {
   const DWORD error = GetLastError();
   return error != 0 ? error : kErrorInvalidData;
-}
-
-// Certificate names are 8-bit text; the log takes each byte as one character.
-std::wstring Widen(const std::string& text) {
-  std::wstring wide;
-  for (char c : text) wide += static_cast<wchar_t>(static_cast<unsigned char>(c));
-  return wide;
 }
 
 DWORD Size(const std::vector<uint8_t>& bytes) { return static_cast<DWORD>(bytes.size()); }
@@ -206,7 +200,7 @@ uint32_t ValidateCertificateInformation(bool& isValid, const std::vector<uint8_t
   }
   WriteLog(log, L"Check if certificate subject is the same as the authorized one");
   if (subject != TARN_AUTH_SERVICE_HOST) {
-    WriteLog(log, L"Subjects are not the same: " + Widen(subject));
+    WriteLog(log, L"Subjects are not the same: " + SingleByteToWide(subject));
     return 0;
   }
 
@@ -218,7 +212,7 @@ uint32_t ValidateCertificateInformation(bool& isValid, const std::vector<uint8_t
   }
   WriteLog(log, L"Check if certificate issuer is the same as the authorized one");
   if (issuer != kAuthorizationIssuer) {
-    WriteLog(log, L"Issuers are not the same: " + Widen(issuer));
+    WriteLog(log, L"Issuers are not the same: " + SingleByteToWide(issuer));
     return 0;
   }
 

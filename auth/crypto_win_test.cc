@@ -6,11 +6,10 @@
 #include <fstream>
 #include <iterator>
 
-#include "auth/challenge.h"  // ToLowerHex
 #include "auth/crypto.h"
 #include "auth/crypto/crypto_fixtures.h"
-#include "app/test_log_capture.h"
 #include "base/build_config.h"
+#include "base/test_log_capture.h"
 #include "base/text.h"
 
 namespace tarn {

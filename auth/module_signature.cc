@@ -1,7 +1,7 @@
 #include <cwchar>
 
-#include "app/log.h"
 #include "auth/module_signature.h"
+#include "base/log.h"
 
 namespace tarn {
 

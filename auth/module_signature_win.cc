@@ -6,8 +6,8 @@
 #include <softpub.h>
 // clang-format on
 
-#include "app/log.h"
 #include "auth/module_signature.h"
+#include "base/log.h"
 #include "base/win_handles.h"
 
 namespace tarn {

@@ -7,9 +7,9 @@
 #include <new>
 #include <string>
 
-#include "app/log.h"
-#include "base/allocation.h"
 #include "auth/nonce_store.h"
+#include "base/allocation.h"
+#include "base/log.h"
 #include "base/result_codes.h"
 #include "base/win_handles.h"
 

@@ -9,7 +9,7 @@
 #include <string>
 
 #include "auth/nonce_store.h"
-#include "app/test_log_capture.h"
+#include "base/test_log_capture.h"
 #include "base/win_handles.h"
 
 namespace tarn {

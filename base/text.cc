@@ -112,6 +112,33 @@ std::string WideToSingleByte(std::wstring_view text) {
   return out;
 }
 
+std::wstring SingleByteToWide(std::string_view text) {
+  std::wstring out;
+  out.reserve(text.size());
+  for (char c : text) out += static_cast<wchar_t>(static_cast<unsigned char>(c));
+  return out;
+}
+
+std::string ToLowerHex(const std::vector<uint8_t>& bytes) {
+  static constexpr char kDigits[] = "0123456789abcdef";
+  std::string text;
+  text.reserve(bytes.size() * 2);
+  for (uint8_t byte : bytes) {
+    text += kDigits[byte >> 4];
+    text += kDigits[byte & 0x0F];
+  }
+  return text;
+}
+
+std::wstring DirectoryOf(std::wstring_view path) {
+  return std::wstring(path.substr(0, path.rfind(L'\\')));
+}
+
+std::wstring DirectoryPrefixOf(std::wstring_view path) {
+  const size_t slash = path.rfind(L'\\');
+  return slash == std::wstring_view::npos ? std::wstring() : std::wstring(path.substr(0, slash + 1));
+}
+
 std::wstring ToLowerWide(std::wstring_view text) {
   std::wstring out(text);
   for (wchar_t& c : out) c = static_cast<wchar_t>(std::towlower(static_cast<wint_t>(c)));

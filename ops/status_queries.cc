@@ -1,6 +1,6 @@
 // The status queries' common frame: ask for "Product.GetStatus", walk its output, log the end.
 #include "agent/sdk_session.h"
-#include "app/log.h"
+#include "base/log.h"
 #include "ops/product_status.h"
 
 namespace tarn {

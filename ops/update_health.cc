@@ -4,8 +4,8 @@
 #include <ctime>
 #include <vector>
 
-#include "app/log.h"
 #include "base/json.h"
+#include "base/log.h"
 #include "base/result_codes.h"
 #include "base/text.h"
 #include "ops/product_status.h"

@@ -2,7 +2,7 @@
 #include <ctime>
 
 #include "agent/sdk_session.h"
-#include "app/log.h"
+#include "base/log.h"
 #include "base/result_codes.h"
 #include "ops/product_status.h"
 #include "ops/update_health.h"

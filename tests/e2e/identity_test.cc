@@ -11,10 +11,11 @@
 #include <set>
 
 #include "agent/endpoint_identity.h"
-#include "agent/probes.h"
-#include "app/log.h"
-#include "app/test_log_capture.h"
+#include "agent/service_probes.h"
+#include "app/wiring.h"
+#include "base/log.h"
 #include "base/result_codes.h"
+#include "base/test_log_capture.h"
 #include "tests/e2e/simulated_agent.h"
 
 namespace tarn::e2e {
@@ -41,6 +42,10 @@ std::vector<std::string> Only(const std::vector<std::string>& log,
 
 class IdentityTest : public AgentTest {
  protected:
+  void SetUp() override {
+    WireModuleCheck();  // as the tool does at start-up
+    AgentTest::SetUp();
+  }
   void TearDown() override {
     // Back to what an installation writes, for the tests that follow.
     std::error_code ignored;

@@ -1,15 +1,13 @@
-// The gate's services on Windows: crypt32 and bcrypt, the nonce store, the agent's identity.
+// The gate's services on Windows: crypt32 and bcrypt, the nonce store, the certificate file.
 #include <filesystem>
 #include <fstream>
 #include <iterator>
 
-#include "agent/endpoint_identity.h"
-#include "agent/probes.h"
-#include "app/process_state.h"
 #include "auth/authorization_gate.h"
 #include "auth/challenge.h"
 #include "auth/crypto.h"
 #include "auth/nonce_store.h"
+#include "base/process_state.h"
 #include "base/text.h"
 
 namespace tarn {
@@ -52,20 +50,6 @@ class WinAuthorizationServices final : public AuthorizationServices {
     return tarn::ValidateChallenge(isValid, nonce, signedTime, authToken, log);
   }
   uint32_t DeleteNonceKey(Logger* log) override { return tarn::DeleteNonceKey(log); }
-  uint32_t LocateAgentConfigFile(std::wstring& path, uint8_t& servicesRunning,
-                                 Logger* log) override {
-    return tarn::LocateAgentConfigFile(path, servicesRunning, log);
-  }
-  uint32_t ReadHardwareId(const std::wstring& configPath, std::string& hardwareId,
-                          Logger* log) override {
-    return ReadAgentConfigFile(configPath, &hardwareId, nullptr, nullptr, log);
-  }
-  uint32_t GetEndpointInformation(std::string& hardwareId, const std::wstring& configPath,
-                                  bool askAgent, Logger* log) override {
-    std::string groupId, companyId;
-    return tarn::GetEndpointInformation(&hardwareId, &groupId, &companyId, configPath, askAgent,
-                                        log);
-  }
   uint32_t ComputeSha256(std::vector<uint8_t>& digest, const std::string& data,
                          Logger* log) override {
     return tarn::ComputeSha256(digest, reinterpret_cast<const uint8_t*>(data.data()), data.size(),
@@ -75,10 +59,11 @@ class WinAuthorizationServices final : public AuthorizationServices {
 
 }  // namespace
 
-uint32_t ValidateAuthorization(bool& authorized, bool& authorizationServiceUsed,
-                               std::vector<std::wstring>& arguments, int32_t& argumentCount) {
+uint32_t ValidateAuthorization(const IdentityServices& identity, bool& authorized,
+                               bool& authorizationServiceUsed, std::vector<std::wstring>& arguments,
+                               int32_t& argumentCount) {
   WinAuthorizationServices services;
-  return ValidateAuthorization(services, authorized, authorizationServiceUsed, arguments,
+  return ValidateAuthorization(services, identity, authorized, authorizationServiceUsed, arguments,
                                argumentCount, LogHandle);
 }
 
