@@ -10,8 +10,6 @@
 #include <string>
 #include <string_view>
 
-#include "base/result_codes.h"
-
 namespace tarn {
 
 class Logger;
@@ -32,13 +30,14 @@ uint32_t ClassifyEncoding(std::string_view firstBytes);
 
 // The whole file's bytes as UTF-8 text, without its mark. Malformed sequences become U+FFFD.
 /// Returns 0, or 1006 for the UTF-32 encodings (and unknown codes); `text` is untouched then.
-uint32_t DecodeConfigText(std::string_view bytes, uint32_t encoding, std::string& text);
+[[nodiscard]] uint32_t DecodeConfigText(std::string_view bytes, uint32_t encoding,
+                                        std::string& text);
 
 // Parses the configuration text and copies the members asked for (null: not wanted), logging
 // each. A member that is missing or not a string leaves its output as it was.
 /// Returns 0, or 13 when the text is not a JSON object.
-uint32_t ReadConfigText(const std::string& text, std::string* hardwareId, std::string* groupId,
-                        std::string* companyId, Logger* log);
+[[nodiscard]] uint32_t ReadConfigText(const std::string& text, std::string* hardwareId,
+                                      std::string* groupId, std::string* companyId, Logger* log);
 
 // Copies "endpointID" and "companyID" of the Kivoro reply's output, logging the search. A member
 // that is missing or not a string leaves its output as it was.
@@ -52,23 +51,26 @@ void ReadKivoroIdentity(const rapidjson::Value& output, std::string& companyId,
 // hardware and company ids when the agent was not asked or failed. The file's own result is not
 // returned: an output it could not fill stays empty.
 /// Returns 30 when the agent was not asked, else GetKivoroIdentity's result.
-uint32_t GetEndpointInformation(std::string* hardwareId, std::string* groupId,
-                                std::string* companyId, const std::wstring& configPath,
-                                bool askAgentFirst, Logger* log);
+[[nodiscard]] uint32_t GetEndpointInformation(std::string* hardwareId, std::string* groupId,
+                                              std::string* companyId,
+                                              const std::wstring& configPath, bool askAgentFirst,
+                                              Logger* log);
 
 // Asks the agent for its Kivoro identity ("ar.Product.Configuration.GetKivoroIdentity").
 /// Returns the SDK wrapper's code; the outputs are untouched on failure. A reply without
 /// "endpointID" or "companyID" is still 0: the agent answered, and the output stays as it was.
-uint32_t GetKivoroIdentity(std::string& companyId, std::string& hardwareId, Logger* log);
+[[nodiscard]] uint32_t GetKivoroIdentity(std::string& companyId, std::string& hardwareId,
+                                         Logger* log);
 
 // Reads the ids asked for (null: not wanted) from the agent's configuration file.
 /// Returns 0; GetFileEncoding's code; 1006 for UTF-32; the system error when the file cannot be
 /// opened or read; 13 when its text is not a JSON object. Outputs are only written on success.
-uint32_t ReadAgentConfigFile(const std::wstring& path, std::string* hardwareId,
-                             std::string* groupId, std::string* companyId, Logger* log);
+[[nodiscard]] uint32_t ReadAgentConfigFile(const std::wstring& path, std::string* hardwareId,
+                                           std::string* groupId, std::string* companyId,
+                                           Logger* log);
 
 // Classifies the file at `path` by its first bytes (opened for reading, shared for reading).
 /// Returns 0 or the system error of the open or read; `encoding` is untouched on failure.
-uint32_t GetFileEncoding(const std::wstring& path, uint32_t& encoding);
+[[nodiscard]] uint32_t GetFileEncoding(const std::wstring& path, uint32_t& encoding);
 
 }  // namespace tarn

@@ -132,13 +132,15 @@ TEST(EndpointIdentityTest, MissingOrMistypedMembersLeaveOutputsEmpty) {
 TEST(EndpointIdentityTest, OnlyTheRequestedIdsAreReadAndLogged) {
   const std::string json = R"({"hwid":"H","custid":"C","customdata":{"ComputersFolder":"G"}})";
   std::string groupId;
-  EXPECT_EQ(LogOf([&](Logger* log) { ReadConfigText(json, nullptr, &groupId, nullptr, log); }),
+  EXPECT_EQ(LogOf([&](Logger* log) {
+              EXPECT_EQ(ReadConfigText(json, nullptr, &groupId, nullptr, log), 0u);
+            }),
             std::vector<std::string>{"Group id is: G"});
   EXPECT_EQ(groupId, "G");
 
   std::string hardwareId, companyId;
   EXPECT_EQ(LogOf([&](Logger* log) {
-              ReadConfigText(json, &hardwareId, nullptr, &companyId, log);
+              EXPECT_EQ(ReadConfigText(json, &hardwareId, nullptr, &companyId, log), 0u);
             }),
             (std::vector<std::string>{"Hardware id is: H", "Company id is: C"}));
   EXPECT_EQ(hardwareId, "H");

@@ -7,6 +7,7 @@
 #include "agent/endpoint_identity.h"
 #include "agent/sdk_session.h"
 #include "base/log.h"
+#include "base/result_codes.h"
 #include "base/win_handles.h"
 
 namespace tarn {
@@ -15,12 +16,6 @@ namespace {
 constexpr size_t kMarkBytes = 5;  // the longest mark, "+/v8-"
 constexpr DWORD kReadChunk = 64 * 1024;
 
-// The thread's last error, never 0: a failed call that set none still reads as a failure.
-uint32_t LastErrorCode() {
-  const DWORD error = GetLastError();
-  return error != 0 ? error : ERROR_GEN_FAILURE;
-}
-
 // Opened as the agent's own readers open it: read access, others may read too.
 UniqueFileHandle OpenForReading(const std::wstring& path) {
   return UniqueFileHandle(CreateFileW(path.c_str(), GENERIC_READ, FILE_SHARE_READ, nullptr,
@@ -28,14 +23,16 @@ UniqueFileHandle OpenForReading(const std::wstring& path) {
 }
 
 /// Returns 0 or the system error; `bytes` is untouched on failure.
-uint32_t ReadWholeFile(const std::wstring& path, std::string& bytes) {
+[[nodiscard]] uint32_t ReadWholeFile(const std::wstring& path, std::string& bytes) {
   const UniqueFileHandle file = OpenForReading(path);
-  if (!file) return LastErrorCode();
+  if (!file) return LastErrorOr(ERROR_GEN_FAILURE);
   std::string content;
   std::array<char, kReadChunk> chunk;
   for (;;) {
     DWORD read = 0;
-    if (!ReadFile(file.get(), chunk.data(), kReadChunk, &read, nullptr)) return LastErrorCode();
+    if (!ReadFile(file.get(), chunk.data(), kReadChunk, &read, nullptr)) {
+      return LastErrorOr(ERROR_GEN_FAILURE);
+    }
     if (read == 0) break;
     content.append(chunk.data(), read);
   }
@@ -48,10 +45,12 @@ uint32_t ReadWholeFile(const std::wstring& path, std::string& bytes) {
 uint32_t GetFileEncoding(const std::wstring& path, uint32_t& encoding) {
   // The 5-byte buffer lives on the stack, so the out-of-memory outcome cannot arise here.
   const UniqueFileHandle file = OpenForReading(path);
-  if (!file) return LastErrorCode();
+  if (!file) return LastErrorOr(ERROR_GEN_FAILURE);
   std::array<char, kMarkBytes> head;
   DWORD read = 0;
-  if (!ReadFile(file.get(), head.data(), kMarkBytes, &read, nullptr)) return LastErrorCode();
+  if (!ReadFile(file.get(), head.data(), kMarkBytes, &read, nullptr)) {
+    return LastErrorOr(ERROR_GEN_FAILURE);
+  }
   encoding = ClassifyEncoding(std::string_view(head.data(), read));
   return 0;
 }

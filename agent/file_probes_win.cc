@@ -6,6 +6,7 @@
 
 #include "agent/file_probes.h"
 #include "base/log.h"
+#include "base/result_codes.h"
 #include "base/text.h"
 
 namespace tarn {
@@ -18,7 +19,7 @@ uint32_t FileExists(const std::wstring& path, Logger* log) {
     return 0;
   }
   WriteLog(log, L"File not found or file is a directory");
-  return ERROR_FILE_NOT_FOUND;
+  return kErrorFileNotFound;
 }
 
 uint32_t GetFileVersionString(const std::wstring& path, std::string& versionText, Logger* log) {
@@ -34,7 +35,7 @@ uint32_t GetFileVersionString(const std::wstring& path, std::string& versionText
   std::unique_ptr<BYTE[]> buffer(new (std::nothrow) BYTE[size]);
   if (!buffer) {
     WriteLog(log, L"Cannot create buffer. Not enough memory");
-    return ERROR_NOT_ENOUGH_MEMORY;
+    return kErrorNotEnoughMemory;
   }
   WriteLog(log, L"Retrieve file info");
   if (!GetFileVersionInfoW(path.c_str(), 0, size, buffer.get())) {

@@ -17,7 +17,7 @@ namespace tarn {
 
 class Logger;
 
-// Makes a fresh request id; returns 0 or the system's error code.
+/// Makes a fresh request id: 0, or the system's error code with `requestId` untouched.
 using RequestIdMaker = std::function<uint32_t(std::string& requestId)>;
 
 struct SdkExchange {
@@ -29,12 +29,13 @@ struct SdkExchange {
   std::chrono::milliseconds replyTimeout{-1};
 };
 
-// Runs the exchange on `instance`. Returns the session result (0, 775, 160, the id maker's code,
-// 50, 1460, 1804). `apiError` receives the last SDK call's result, `endpointSdkError` the agent's
-// "error" (3 for a malformed reply). `completed` is set when the call ran to its regular end,
-// after which the session logs its closing line.
-uint32_t RunSdkExchange(SdkInstance& instance, const SdkExchange& exchange,
-                        rapidjson::Document& reply, int32_t& apiError, int64_t& endpointSdkError,
-                        bool& completed, Logger* log);
+// Runs the exchange on `instance`. `apiError` receives the last SDK call's result,
+// `endpointSdkError` the agent's "error" (3 for a malformed reply). `completed` is set when the
+// call ran to its regular end, after which the session logs its closing line.
+/// The session result: 0, 775, 160, the id maker's code, 50, 1460 or 1804; `reply` is filled on
+/// 0 only.
+[[nodiscard]] uint32_t RunSdkExchange(SdkInstance& instance, const SdkExchange& exchange,
+                                      rapidjson::Document& reply, int32_t& apiError,
+                                      int64_t& endpointSdkError, bool& completed, Logger* log);
 
 }  // namespace tarn

@@ -26,9 +26,13 @@ class SdkInstance {
   virtual void Reserved0() = 0;
   virtual void Reserved1() = 0;
   virtual void Reserved2() = 0;
-  virtual int32_t Run(const char* request, const char* requestId) = 0;
-  virtual int32_t RegisterNotifications(SdkNotificationRecord* record, uint64_t* cookie) = 0;
-  virtual int32_t UnregisterNotifications(SdkNotificationRecord* record) = 0;
+  /// 0 when the request was accepted, else the library's code; nothing is answered then.
+  [[nodiscard]] virtual int32_t Run(const char* request, const char* requestId) = 0;
+  /// 0, else the library's code; no callback comes then.
+  [[nodiscard]] virtual int32_t RegisterNotifications(SdkNotificationRecord* record,
+                                                      uint64_t* cookie) = 0;
+  /// The library's code; no callback comes after it returns, whatever it says.
+  [[nodiscard]] virtual int32_t UnregisterNotifications(SdkNotificationRecord* record) = 0;
 
  protected:
   ~SdkInstance() = default;

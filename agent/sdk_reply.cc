@@ -11,7 +11,7 @@ uint32_t ParseSdkReply(const std::string& reply, const std::wstring& methodKey,
                        rapidjson::Document& output, int64_t& endpointSdkError, Logger* log) {
   auto malformed = [&](const wchar_t* message, uint32_t result) {
     WriteLog(log, message);
-    endpointSdkError = kErrorInvalidJson;
+    endpointSdkError = kErrorMalformed;
     return result;
   };
   try {

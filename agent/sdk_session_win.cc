@@ -20,7 +20,8 @@ struct DllDirectoryReset {
   ~DllDirectoryReset() { SetDllDirectoryW(nullptr); }
 };
 
-uint32_t CreateRequestId(std::string& requestId) {
+/// 0, or the last error when no GUID could be made; `requestId` untouched then.
+[[nodiscard]] uint32_t CreateRequestId(std::string& requestId) {
   GUID guid;
   if (FAILED(CoCreateGuid(&guid))) return GetLastError();
   requestId = FormatRequestId(guid.Data1, guid.Data2, guid.Data3, guid.Data4);
@@ -37,10 +38,11 @@ UniqueFileHandle HoldModuleFile(const std::wstring& path) {
 
 // Steps from the load to the unload; the caller logs the session's end after everything is
 // released. `completed` tells whether the exchange ran to its regular end.
-uint32_t LoadAndExchange(const std::wstring& libraryPath, UniqueFileHandle held,
-                         const SdkExchange& exchange, rapidjson::Document& reply,
-                         int32_t& apiError, int64_t& endpointSdkError, bool& completed,
-                         Logger* log) {
+/// The load's or export lookup's last error, 775, or the exchange's result.
+[[nodiscard]] uint32_t LoadAndExchange(const std::wstring& libraryPath, UniqueFileHandle held,
+                                       const SdkExchange& exchange, rapidjson::Document& reply,
+                                       int32_t& apiError, int64_t& endpointSdkError,
+                                       bool& completed, Logger* log) {
   const std::wstring directory = DirectoryOf(libraryPath);
   SetDllDirectoryW(directory.c_str());
   DllDirectoryReset resetDirectory;  // declared before the module: reset after the unload

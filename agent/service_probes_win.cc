@@ -6,6 +6,7 @@
 
 #include "agent/service_probes.h"
 #include "base/log.h"
+#include "base/result_codes.h"
 #include "base/text.h"
 #include "base/win_handles.h"
 
@@ -22,7 +23,7 @@ uint32_t GetServiceImagePath(const std::wstring& keyPath, std::wstring& imagePat
   WriteLog(log, L"Open registry key");
   UniqueHkey key;
   LONG status = RegOpenKeyW(HKEY_LOCAL_MACHINE, keyPath.c_str(), key.put());
-  if (status != ERROR_SUCCESS) {
+  if (status != 0) {
     WriteLog(log, L"Failed to open registry key for " + keyPath + L" with error " +
                       std::to_wstring(status));
     return status;
@@ -31,7 +32,7 @@ uint32_t GetServiceImagePath(const std::wstring& keyPath, std::wstring& imagePat
   WriteLog(log, L"Open key value");
   DWORD size = 0;
   status = RegQueryValueExW(key.get(), L"ImagePath", nullptr, nullptr, nullptr, &size);
-  if (status != ERROR_SUCCESS) {
+  if (status != 0) {
     WriteLog(log, L"Failed to retrieve key value with error " + std::to_wstring(status));
     return status;
   }
@@ -42,8 +43,8 @@ uint32_t GetServiceImagePath(const std::wstring& keyPath, std::wstring& imagePat
   std::unique_ptr<wchar_t[]> buffer(new (std::nothrow) wchar_t[chars]());
   if (!buffer) {
     WriteLog(log, L"Not enough memory to create image path. Error: " +
-                      std::to_wstring(ERROR_NOT_ENOUGH_MEMORY));
-    return ERROR_NOT_ENOUGH_MEMORY;
+                      std::to_wstring(kErrorNotEnoughMemory));
+    return kErrorNotEnoughMemory;
   }
   WriteLog(log, L"Image path created successfully");
   WriteLog(log, L"Open key value");
@@ -51,7 +52,7 @@ uint32_t GetServiceImagePath(const std::wstring& keyPath, std::wstring& imagePat
   status = RegQueryValueExW(key.get(), L"ImagePath", nullptr, nullptr,
                             reinterpret_cast<BYTE*>(buffer.get()), &bytes);
   key.reset();
-  if (status != ERROR_SUCCESS) {
+  if (status != 0) {
     WriteLog(log, L"Failed to retrieve key value with error " + std::to_wstring(status));
     return status;
   }
@@ -126,7 +127,7 @@ bool WaitForAgentServices(Logger* log) {
 uint32_t LocateAgentConfigFile(std::wstring& path, uint8_t& servicesRunning, Logger* log) {
   std::wstring imagePath;
   const uint32_t status = GetServiceImagePath(kSecurityServiceKey, imagePath, log);
-  if (status == ERROR_FILE_NOT_FOUND) return 0;  // the agent is not registered
+  if (status == kErrorFileNotFound) return 0;  // the agent is not registered
   if (status != 0) return status;
 
   const std::wstring directory = DirectoryOf(imagePath);
@@ -135,7 +136,7 @@ uint32_t LocateAgentConfigFile(std::wstring& path, uint8_t& servicesRunning, Log
   if (attributes == INVALID_FILE_ATTRIBUTES || (attributes & FILE_ATTRIBUTE_DIRECTORY) != 0) {
     // The legacy layout is named but deliberately not probed.
     path = directory + L"\\oxag\\oxag.jso";
-    return ERROR_FILE_NOT_FOUND;
+    return kErrorFileNotFound;
   }
   for (int check = 0; check < kServiceChecks; ++check) {
     if (AreAgentServicesRunning(log)) {

@@ -4,6 +4,7 @@
 #include "agent/system_probes.h"
 #include "base/json.h"
 #include "base/log.h"
+#include "base/result_codes.h"
 #include "base/win_handles.h"
 
 namespace tarn {
@@ -33,8 +34,8 @@ constexpr const wchar_t* kRebootMarkerKey = L"SOFTWARE\\Endpoint Security.remove
 
 bool RebootMarkerPresent(REGSAM view) {
   UniqueHkey key;
-  return RegOpenKeyExW(HKEY_LOCAL_MACHINE, kRebootMarkerKey, 0, KEY_ALL_ACCESS | view,
-                       key.put()) == ERROR_SUCCESS;
+  return RegOpenKeyExW(HKEY_LOCAL_MACHINE, kRebootMarkerKey, 0, KEY_ALL_ACCESS | view, key.put()) ==
+         0;
 }
 
 }  // namespace
@@ -64,7 +65,7 @@ uint32_t IsRebootRequired(uint32_t& required, Logger* log) {
   WriteLog(log, L"Get product status using OXSDK wrapper method");
   rapidjson::Document status;
   const uint32_t result = RunSdkMethod(status, L"Product.GetStatus", L"", L"", log);
-  if (result == ERROR_FILE_NOT_FOUND || result == ERROR_MOD_NOT_FOUND) {
+  if (result == kErrorFileNotFound || result == kErrorModNotFound) {
     WriteLog(log, L"Product is not present");
     return 0;
   }
@@ -75,7 +76,7 @@ uint32_t IsRebootRequired(uint32_t& required, Logger* log) {
   const rapidjson::Value* pending = Member(status, "PendingRestart");
   if (pending == nullptr || !pending->IsBool()) {
     WriteLog(log, L"Invalid data returned from \"Get product method\"");
-    return ERROR_INVALID_DATA;
+    return kErrorInvalidData;
   }
   required = pending->GetBool() ? 1 : 0;
   WriteLog(log, L"Value for reboot required is: " + std::to_wstring(required));

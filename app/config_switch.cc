@@ -1,6 +1,5 @@
 #include "app/config_switch.h"
 
-#include <cstdint>
 #include <filesystem>
 #include <fstream>
 
@@ -14,8 +13,8 @@ bool IsLoggingSwitchLine(std::wstring_view line) {
   return line.substr(0, eq) == L"Logging" && line.substr(eq + 1) == L"true";
 }
 
-uint32_t SwitchLogging(const std::wstring& configPath, const std::wstring& programDirectory,
-                       Logger*& logHandle) {
+void SwitchLogging(const std::wstring& configPath, const std::wstring& programDirectory,
+                   Logger*& logHandle) {
   std::wifstream file{std::filesystem::path(configPath)};
   std::wstring line;
   while (std::getline(file, line)) {
@@ -23,7 +22,6 @@ uint32_t SwitchLogging(const std::wstring& configPath, const std::wstring& progr
       logHandle = CreateLogger(programDirectory);
     }
   }
-  return 0;
 }
 
 }  // namespace tarn

@@ -2,7 +2,6 @@
 // Logging=true (no blanks, case as shown). Other lines are ignored.
 #pragma once
 
-#include <cstdint>
 #include <string>
 #include <string_view>
 
@@ -15,8 +14,8 @@ class Logger;
 bool IsLoggingSwitchLine(std::wstring_view line);
 
 // Reads the configuration file; on a switch line creates the logger in `programDirectory` and
-// stores it in `logHandle`. An unreadable or empty file leaves logging off. Returns 0.
-uint32_t SwitchLogging(const std::wstring& configPath, const std::wstring& programDirectory,
-                       Logger*& logHandle);
+// stores it in `logHandle`. An unreadable or empty file leaves logging off; nothing is reported.
+void SwitchLogging(const std::wstring& configPath, const std::wstring& programDirectory,
+                   Logger*& logHandle);
 
 }  // namespace tarn

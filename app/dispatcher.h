@@ -7,7 +7,9 @@ namespace tarn {
 struct StartupSettings;
 
 // Runs the one command of this process: logging switch, authorization gate, command lookup,
-// handler. Returns the exit code; nothing thrown by a handler escapes.
-uint32_t Dispatch(const StartupSettings& settings);
+// handler. Nothing thrown by a handler escapes.
+/// The exit code: the gate's code, 12 when it refused, 160 for an unknown word or a throw, else
+/// the handler's code.
+[[nodiscard]] uint32_t Dispatch(const StartupSettings& settings);
 
 }  // namespace tarn

@@ -8,7 +8,8 @@
 namespace tarn {
 namespace {
 
-uint32_t CheckMakerModule(bool& isValid, const std::wstring& path, Logger* log) {
+/// ValidateModuleSignature's code for the maker's signer.
+[[nodiscard]] uint32_t CheckMakerModule(bool& isValid, const std::wstring& path, Logger* log) {
   return ValidateModuleSignature(isValid, path, kMakerSigner, log);
 }
 

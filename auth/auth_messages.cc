@@ -18,7 +18,8 @@ constexpr uint8_t kTagSet = 17;
 constexpr uint8_t kTagGeneralizedTime = 24;
 
 // The wrong-tag and wrong-count failures: their line, their code.
-uint32_t Fail(Logger* log, const wchar_t* line, uint32_t code) {
+/// `code`, after its line.
+[[nodiscard]] uint32_t Fail(Logger* log, const wchar_t* line, uint32_t code) {
   WriteLog(log, line);
   return code;
 }
@@ -31,8 +32,9 @@ uint32_t ReadNumber(const std::vector<uint8_t>& contents) {
 }
 
 // Contents that must not be empty, after the step's own line ("Get node value", ...).
-uint32_t GetValue(const BerNode& node, const BerStream& stream, const wchar_t* line,
-                  std::vector<uint8_t>& value, Logger* log) {
+/// 0, the reader's code, or 18003 for empty contents.
+[[nodiscard]] uint32_t GetValue(const BerNode& node, const BerStream& stream, const wchar_t* line,
+                                std::vector<uint8_t>& value, Logger* log) {
   WriteLog(log, line);
   const uint32_t result = GetContents(node, stream, value);
   if (result != 0) return result;
@@ -49,8 +51,9 @@ int64_t LocalTimeToSeconds(std::tm& time) {
 #endif
 }
 
-uint32_t DecodeValidityTime(const BerNode& node, const BerStream& stream, int64_t& seconds,
-                            Logger* log) {
+/// 0, 18000, 18003, 13 or the reader's code.
+[[nodiscard]] uint32_t DecodeValidityTime(const BerNode& node, const BerStream& stream,
+                                          int64_t& seconds, Logger* log) {
   WriteLog(log, L"Get child tag");
   if (node.tag != kTagGeneralizedTime) return Fail(log, L"Invalid child tag", kErrorWrongTag);
   std::vector<uint8_t> value;
@@ -59,8 +62,9 @@ uint32_t DecodeValidityTime(const BerNode& node, const BerStream& stream, int64_
   return DecodeTime(seconds, value, log);
 }
 
-uint32_t DecodeValidity(BerNode& validity, const BerStream& stream, SignedAuthMessage& message,
-                        Logger* log) {
+/// As DecodeValidityTime, for either bound.
+[[nodiscard]] uint32_t DecodeValidity(BerNode& validity, const BerStream& stream,
+                                      SignedAuthMessage& message, Logger* log) {
   WriteLog(log, L"Decode validity");
   uint32_t result = DecodeValidityTime(validity.children[0], stream, message.validFrom, log);
   if (result != 0) return result;
@@ -69,8 +73,9 @@ uint32_t DecodeValidity(BerNode& validity, const BerStream& stream, SignedAuthMe
   return result;
 }
 
-uint32_t DecodePermissions(BerNode& permissions, BerStream& stream, SignedAuthMessage& message,
-                           Logger* log) {
+/// 0, 18000, 18003 or the reader's code.
+[[nodiscard]] uint32_t DecodePermissions(BerNode& permissions, BerStream& stream,
+                                         SignedAuthMessage& message, Logger* log) {
   WriteLog(log, L"Decode permissions");
   uint32_t result = LoadChildren(permissions, stream, 1);
   if (result != 0) return result;
@@ -89,8 +94,9 @@ uint32_t DecodePermissions(BerNode& permissions, BerStream& stream, SignedAuthMe
   return 0;
 }
 
-uint32_t DecodeIdentifier(BerNode& element, BerStream& stream, SignedAuthMessage& message,
-                          Logger* log) {
+/// 0, 18000, 18001, 18003 or the reader's code.
+[[nodiscard]] uint32_t DecodeIdentifier(BerNode& element, BerStream& stream,
+                                        SignedAuthMessage& message, Logger* log) {
   WriteLog(log, L"Check node tag");
   if (element.tag != kTagSequence) return Fail(log, L"Invalid node tag", kErrorWrongTag);
   uint32_t result = LoadChildren(element, stream, 1);
@@ -126,8 +132,9 @@ uint32_t DecodeIdentifier(BerNode& element, BerStream& stream, SignedAuthMessage
   return 0;
 }
 
-uint32_t DecodeIdentifiers(BerNode& identifiers, BerStream& stream, SignedAuthMessage& message,
-                           Logger* log) {
+/// As DecodeIdentifier, for the first element that fails.
+[[nodiscard]] uint32_t DecodeIdentifiers(BerNode& identifiers, BerStream& stream,
+                                         SignedAuthMessage& message, Logger* log) {
   WriteLog(log, L"Decode identifiers");
   uint32_t result = LoadChildren(identifiers, stream, 1);
   if (result != 0) return result;
@@ -139,8 +146,9 @@ uint32_t DecodeIdentifiers(BerNode& identifiers, BerStream& stream, SignedAuthMe
   return 0;
 }
 
-uint32_t DecodeAuthMessage(BerNode& node, BerStream& stream, SignedAuthMessage& message,
-                           Logger* log) {
+/// 0, 18000, 18001, 18003, 13 or the reader's code; `message` partly filled then.
+[[nodiscard]] uint32_t DecodeAuthMessage(BerNode& node, BerStream& stream,
+                                         SignedAuthMessage& message, Logger* log) {
   uint32_t result = LoadChildren(node, stream, 1);
   if (result != 0) return result;
   WriteLog(log, L"Get number of children");
@@ -176,8 +184,9 @@ uint32_t DecodeAuthMessage(BerNode& node, BerStream& stream, SignedAuthMessage& 
   return 0;
 }
 
-uint32_t DecodeSignature(const BerNode& node, const BerStream& stream,
-                         std::vector<uint8_t>& signature, Logger* log) {
+/// 0, 18000, 18003 or the reader's code.
+[[nodiscard]] uint32_t DecodeSignature(const BerNode& node, const BerStream& stream,
+                                       std::vector<uint8_t>& signature, Logger* log) {
   if (node.tag != kTagOctetString) return Fail(log, L"Invalid node tag", kErrorWrongTag);
   const uint32_t result = GetValue(node, stream, L"Get node value", signature, log);
   if (result != 0) return result;
@@ -186,14 +195,16 @@ uint32_t DecodeSignature(const BerNode& node, const BerStream& stream,
 }
 
 // The root and its direct children, as both messages start.
-uint32_t LoadRoot(BerNode& root, BerStream& stream) {
+/// 0 or the reader's code.
+[[nodiscard]] uint32_t LoadRoot(BerNode& root, BerStream& stream) {
   const uint32_t result = LoadNode(root, stream, 0);
   if (result != 0) return result;
   return LoadChildren(root, stream, 1);
 }
 
-uint32_t DecodeTimeMessage(BerNode& node, BerStream& stream, SignedTimeMessage& message,
-                           Logger* log) {
+/// 0, 18000, 18001, 13 or the reader's code; `message` partly filled then.
+[[nodiscard]] uint32_t DecodeTimeMessage(BerNode& node, BerStream& stream,
+                                         SignedTimeMessage& message, Logger* log) {
   if (node.tag != kTagSequence) return Fail(log, L"Invalid node tag", kErrorWrongTag);
   uint32_t result = LoadChildren(node, stream, 1);
   if (result != 0) return result;
@@ -258,10 +269,7 @@ uint32_t DecodeSignedAuthMessage(SignedAuthMessage& message, const std::vector<u
   BerNode& authMessage = root.children[0];
   if (authMessage.tag != kTagSequence) return Fail(log, L"Invalid node tag", kErrorWrongTag);
   result = GetEncoding(authMessage, stream, decoded.messageBytes);
-  if (result != 0) {
-    LogFailure(log, L"Failed to get buffer. Error code: ", result);
-    return result;
-  }
+  if (result != 0) return LogFailure(log, L"Failed to get buffer. Error code: ", result);
   WriteLog(log, L"Decode auth message");
   result = DecodeAuthMessage(authMessage, stream, decoded, log);
   if (result != 0) return result;
@@ -278,31 +286,19 @@ uint32_t DecodeSignedTimeMessage(SignedTimeMessage& message, const std::vector<u
   BerNode root;
   WriteLog(log, L"Load node");
   uint32_t result = LoadRoot(root, stream);
-  if (result != 0) {
-    LogFailure(log, L"Cannot load node. Error code: ", result);
-    return result;
-  }
+  if (result != 0) return LogFailure(log, L"Cannot load node. Error code: ", result);
   if (root.tag != kTagSequence) return Fail(log, L"Invalid node tag", kErrorWrongTag);
   if (root.children.size() != 2) {
     return Fail(log, L"Invalid number of children", kErrorWrongChildCount);
   }
   result = GetEncoding(root.children[0], stream, decoded.messageBytes);
-  if (result != 0) {
-    LogFailure(log, L"Could not get buffer. Error code: ", result);
-    return result;
-  }
+  if (result != 0) return LogFailure(log, L"Could not get buffer. Error code: ", result);
   WriteLog(log, L"Decode time message");
   result = DecodeTimeMessage(root.children[0], stream, decoded, log);
-  if (result != 0) {
-    LogFailure(log, L"Failed to decode time message. Error code: ", result);
-    return result;
-  }
+  if (result != 0) return LogFailure(log, L"Failed to decode time message. Error code: ", result);
   WriteLog(log, L"Decode signature");
   result = DecodeSignature(root.children[1], stream, decoded.signature, log);
-  if (result != 0) {
-    LogFailure(log, L"Failed to get decode signature. Error code: ", result);
-    return result;
-  }
+  if (result != 0) return LogFailure(log, L"Failed to get decode signature. Error code: ", result);
   WriteLog(log, L"Finished to decode signed time successfully");
   message = std::move(decoded);
   return 0;

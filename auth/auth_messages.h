@@ -24,10 +24,6 @@ namespace tarn {
 
 class Logger;
 
-inline constexpr uint32_t kErrorWrongTag = 18000;
-inline constexpr uint32_t kErrorWrongChildCount = 18001;
-inline constexpr uint32_t kErrorEmptyValue = 18003;
-
 // Identifier types of the authorization message.
 inline constexpr uint32_t kIdentifierHardwareId = 0;
 inline constexpr uint32_t kIdentifierSha256HardwareId = 1;  // lowercase hex of SHA-256
@@ -51,19 +47,20 @@ struct SignedTimeMessage {
 };
 
 /// 0, or 18000 / 18001 / 18003 / 13 / a BER reader code; `message` is untouched on failure.
-uint32_t DecodeSignedAuthMessage(SignedAuthMessage& message, const std::vector<uint8_t>& bytes,
-                                 Logger* log);
+[[nodiscard]] uint32_t DecodeSignedAuthMessage(SignedAuthMessage& message,
+                                               const std::vector<uint8_t>& bytes, Logger* log);
 
 /// 0, or 18000 / 18001 / 18003 / 13 / a BER reader code; `message` is untouched on failure.
-uint32_t DecodeSignedTimeMessage(SignedTimeMessage& message, const std::vector<uint8_t>& bytes,
-                                 Logger* log);
+[[nodiscard]] uint32_t DecodeSignedTimeMessage(SignedTimeMessage& message,
+                                               const std::vector<uint8_t>& bytes, Logger* log);
 
 // GeneralizedTime contents to seconds: the first 14 characters as YYYYMMDDhhmmss (the rest, such
 // as a trailing Z, ignored; digits not validated) through the C library's local-time conversion
 // with daylight saving off. Every time of both messages goes through this same conversion, a
 // fixed shift by the zone's standard offset, so comparing validity bounds with the execution time
 // does not depend on the time zone. An unrepresentable time gives -1, as the conversion does.
-// Fewer than 14 characters count as no time: 13, `seconds` untouched.
-uint32_t DecodeTime(int64_t& seconds, const std::vector<uint8_t>& contents, Logger* log);
+/// 0, or 13 for fewer than 14 characters (no time), `seconds` untouched.
+[[nodiscard]] uint32_t DecodeTime(int64_t& seconds, const std::vector<uint8_t>& contents,
+                                  Logger* log);
 
 }  // namespace tarn

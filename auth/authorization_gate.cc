@@ -5,6 +5,7 @@
 
 #include "base/command_facts.h"
 #include "base/log.h"
+#include "base/result_codes.h"
 #include "base/text.h"
 
 namespace tarn {
@@ -54,11 +55,11 @@ constexpr OptionWord kOptionWords[kOptionCount] = {
 };
 
 // Takes every option and its value out of the argument list, scanning from the end back to the
-// first argument after the command word. 0, 85 for an option given twice, or 87 for an option
-// without a value.
-uint32_t TakeOptions(std::vector<std::wstring>& arguments, int32_t& argumentCount,
-                     std::wstring (&values)[kOptionCount], bool (&given)[kOptionCount],
-                     Logger* log) {
+// first argument after the command word.
+/// 0, 85 for an option given twice, or 87 for an option without a value.
+[[nodiscard]] uint32_t TakeOptions(std::vector<std::wstring>& arguments, int32_t& argumentCount,
+                                   std::wstring (&values)[kOptionCount],
+                                   bool (&given)[kOptionCount], Logger* log) {
   if (argumentCount < 3) return 0;
   for (int32_t index = argumentCount - 1; index >= 2; --index) {
     const std::wstring word = ToLowerWide(arguments[index]);
@@ -110,11 +111,13 @@ std::vector<std::wstring> PermissionWords(const CommandFacts& facts,
   return words;
 }
 
-// The identifiers of the message against this endpoint. 0, 20 for a mismatch, or the failing
-// step's code.
-uint32_t MatchIdentifiers(AuthorizationServices& services, const IdentityServices& identity,
-                          const SignedAuthMessage& message,
-                          const std::wstring& configPath, bool identityAvailable, Logger* log) {
+// The identifiers of the message against this endpoint.
+/// 0, 20 for a mismatch, or the failing step's code.
+[[nodiscard]] uint32_t MatchIdentifiers(AuthorizationServices& services,
+                                        const IdentityServices& identity,
+                                        const SignedAuthMessage& message,
+                                        const std::wstring& configPath, bool identityAvailable,
+                                        Logger* log) {
   WriteLog(log, L"Get information based on decoded indetifiers");
   for (const auto& [type, values] : message.identifiers) {
     WriteLog(log, L"Identifier type value: " + std::to_wstring(type));

@@ -22,20 +22,20 @@ bool IsEndOfContents(const BerNode& node) {
 uint32_t LoadChildren(BerNode& node, BerStream& stream, int32_t depth, uint64_t& budget);
 
 uint32_t LoadNode(BerNode& node, BerStream& stream, int32_t depth, uint64_t& budget) {
-  if (depth < kBerMinDepth || depth > kBerMaxDepth) return kErrorBerDepthRange;
-  if (budget == 0) return kErrorBerRead;
+  if (depth < kBerMinDepth || depth > kBerMaxDepth) return kErrorMalformed;
+  if (budget == 0) return kErrorFileNotFound;
   --budget;
   node = BerNode();
   node.start = stream.Position();
 
   uint8_t identifier = 0;
-  if (!stream.ReadOctet(identifier)) return kErrorBerRead;
+  if (!stream.ReadOctet(identifier)) return kErrorFileNotFound;
   node.tag = identifier & 0x1F;  // the high-tag-number form (31) is not followed
   node.constructed = (identifier & 0x20) != 0;
   node.tagClass = identifier & 0xC0;
 
   uint8_t first = 0;
-  if (!stream.ReadOctet(first)) return kErrorBerRead;
+  if (!stream.ReadOctet(first)) return kErrorFileNotFound;
   uint64_t length = 0;
   if (first < 0x80) {
     node.headerLength = 2;
@@ -46,15 +46,15 @@ uint32_t LoadNode(BerNode& node, BerStream& stream, int32_t depth, uint64_t& bud
     node.indefinite = count == 0;
     for (uint8_t i = 0; i < count; ++i) {
       uint8_t octet = 0;
-      if (!stream.ReadOctet(octet)) return kErrorBerRead;
+      if (!stream.ReadOctet(octet)) return kErrorFileNotFound;
       // Leading zero octets are harmless; a value beyond 64 bits ends past any stream.
-      if (length > (kMaxPosition >> 8)) return kErrorBerRead;
+      if (length > (kMaxPosition >> 8)) return kErrorFileNotFound;
       length = (length << 8) | octet;
     }
   }
   // The node's end, start + header + length, must be a position: otherwise it lies past any
   // stream, and accepting a wrapped length would let the child loop go backwards.
-  if (length > kMaxPosition - node.headerLength - node.start) return kErrorBerRead;
+  if (length > kMaxPosition - node.headerLength - node.start) return kErrorFileNotFound;
   node.totalLength = node.headerLength + length;
 
   const uint32_t result = LoadChildren(node, stream, depth, budget);
@@ -124,11 +124,11 @@ uint32_t GetContents(const BerNode& node, const BerStream& stream, std::vector<u
   // start + totalLength fits (LoadNode checked it), so neither sum below wraps.
   return stream.ReadAt(node.start + node.headerLength, node.totalLength - node.headerLength, out)
              ? 0
-             : kErrorBerRead;
+             : kErrorFileNotFound;
 }
 
 uint32_t GetEncoding(const BerNode& node, const BerStream& stream, std::vector<uint8_t>& out) {
-  return stream.ReadAt(node.start, node.totalLength, out) ? 0 : kErrorBerRead;
+  return stream.ReadAt(node.start, node.totalLength, out) ? 0 : kErrorFileNotFound;
 }
 
 }  // namespace tarn

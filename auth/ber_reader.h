@@ -6,10 +6,10 @@
 #include <cstdint>
 #include <vector>
 
+#include "base/result_codes.h"
+
 namespace tarn {
 
-inline constexpr uint32_t kErrorBerRead = 2;        // the stream ended, or a seek went past it
-inline constexpr uint32_t kErrorBerDepthRange = 3;  // depth outside kBerMinDepth..kBerMaxDepth
 inline constexpr int32_t kBerMinDepth = -64;
 inline constexpr int32_t kBerMaxDepth = 64;
 
@@ -50,29 +50,33 @@ struct BerNode {
 
 // Reads the header at the stream's position and, as `depth` allows, the children: a constructed
 // node loads its children while depth >= 1, an indefinite node always (it has no length without
-// them). Returns 0, kErrorBerRead or kErrorBerDepthRange.
+// them). A read past the stream fails with 2 (kErrorFileNotFound), a depth outside
+// kBerMinDepth..kBerMaxDepth with 3 (kErrorMalformed).
 //
 // A length whose value, added to the header and to the node's start, does not fit in 64 bits
-// describes a node ending beyond any stream: it fails with kErrorBerRead at once. Any smaller
-// length is accepted here even when it runs past the buffer; reading such a node's children,
-// contents or encoding then fails with kErrorBerRead.
+// describes a node ending beyond any stream: it fails with 2 at once. Any smaller length is
+// accepted here even when it runs past the buffer; reading such a node's children, contents or
+// encoding then fails with 2.
 //
-// One call loads at most as many nodes as the stream has octets and fails with kErrorBerRead
-// beyond that (so does LoadChildren): only children that overrun their parents, reading the same
-// octets as several nodes, get there.
-uint32_t LoadNode(BerNode& node, BerStream& stream, int32_t depth);
+// One call loads at most as many nodes as the stream has octets and fails with 2 beyond that (so
+// does LoadChildren): only children that overrun their parents, reading the same octets as
+// several nodes, get there.
+/// Returns 0, 2 or 3; on failure `node` holds what was read up to the fault.
+[[nodiscard]] uint32_t LoadNode(BerNode& node, BerStream& stream, int32_t depth);
 
 // Loads the node's direct children with depth - 1 (depth 1 loads exactly one level). Children
 // loaded before are replaced, so an indefinite node, whose children come with its header, can be
-// loaded again without doubling them. A failing child is dropped; the children appended before it
-// stay with the node.
-uint32_t LoadChildren(BerNode& node, BerStream& stream, int32_t depth);
+// loaded again without doubling them.
+/// Returns 0, 2 or 3 as LoadNode; a failing child is dropped, the children before it stay.
+[[nodiscard]] uint32_t LoadChildren(BerNode& node, BerStream& stream, int32_t depth);
 
-/// The contents octets; kErrorBerRead (and `out` untouched) when they run past the stream.
-uint32_t GetContents(const BerNode& node, const BerStream& stream, std::vector<uint8_t>& out);
+/// The contents octets; 2 (and `out` untouched) when they run past the stream.
+[[nodiscard]] uint32_t GetContents(const BerNode& node, const BerStream& stream,
+                                   std::vector<uint8_t>& out);
 
-/// Identifier, length and contents octets; kErrorBerRead (and `out` untouched) past the stream.
-uint32_t GetEncoding(const BerNode& node, const BerStream& stream, std::vector<uint8_t>& out);
+/// Identifier, length and contents octets; 2 (and `out` untouched) past the stream.
+[[nodiscard]] uint32_t GetEncoding(const BerNode& node, const BerStream& stream,
+                                   std::vector<uint8_t>& out);
 
 inline size_t GetChildrenCount(const BerNode& node) { return node.children.size(); }
 // Null when there is no child `index`.

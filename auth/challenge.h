@@ -18,9 +18,6 @@ namespace tarn {
 
 class Logger;
 
-// Length of the challenge text: two hex digits per byte of a SHA-256 digest.
-inline constexpr size_t kChallengeLength = 64;
-
 // The SHA-256 service; ComputeSha256 (auth/crypto.h) in the tool, a known-answer table in tests.
 using Sha256Function = uint32_t (*)(std::vector<uint8_t>& digest, const uint8_t* data,
                                     size_t length, Logger* log);
@@ -30,28 +27,30 @@ using Sha256Function = uint32_t (*)(std::vector<uint8_t>& digest, const uint8_t*
 std::string AuthorizationTextBytes(const std::wstring& authorizationText);
 
 /// 0, or the hash's code (logged); `challenge` untouched on failure.
-uint32_t ComputeChallenge(std::string& challenge, const std::vector<uint8_t>& nonce,
-                          const std::wstring& authorizationText, Sha256Function sha256,
-                          Logger* log);
+[[nodiscard]] uint32_t ComputeChallenge(std::string& challenge, const std::vector<uint8_t>& nonce,
+                                        const std::wstring& authorizationText,
+                                        Sha256Function sha256, Logger* log);
 
 // Whether the challenge signed into the time message starts with `computed`. A signed challenge
 // shorter than `computed` does not match.
 bool ChallengeMatches(const std::string& computed, const std::vector<uint8_t>& signedChallenge);
 
 /// 0 with the verdict in `isValid`, or the hash's code with `isValid` false.
-uint32_t ValidateChallenge(bool& isValid, const std::vector<uint8_t>& nonce,
-                           const SignedTimeMessage& signedTime, const std::wstring& authTokenText,
-                           Sha256Function sha256, Logger* log);
+[[nodiscard]] uint32_t ValidateChallenge(bool& isValid, const std::vector<uint8_t>& nonce,
+                                         const SignedTimeMessage& signedTime,
+                                         const std::wstring& authTokenText, Sha256Function sha256,
+                                         Logger* log);
 
 // The platform's versions (auth/challenge_win.cc), with ComputeSha256 and the nonce store.
 
 /// As above, hashing with ComputeSha256.
-uint32_t ValidateChallenge(bool& isValid, const std::vector<uint8_t>& nonce,
-                           const SignedTimeMessage& signedTime, const std::wstring& authTokenText,
-                           Logger* log);
+[[nodiscard]] uint32_t ValidateChallenge(bool& isValid, const std::vector<uint8_t>& nonce,
+                                         const SignedTimeMessage& signedTime,
+                                         const std::wstring& authTokenText, Logger* log);
 
 // Issues a challenge for `data`: drops the previous nonce, stores a fresh one and answers the
-// challenge for it. 0, or the failing step's code; `challenge` untouched on failure.
-uint32_t GetChallenge(std::string& challenge, const std::wstring& data, Logger* log);
+// challenge for it.
+/// 0, or the failing step's code; `challenge` untouched on failure.
+[[nodiscard]] uint32_t GetChallenge(std::string& challenge, const std::wstring& data, Logger* log);
 
 }  // namespace tarn

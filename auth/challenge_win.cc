@@ -5,6 +5,7 @@
 #include "auth/crypto.h"
 #include "auth/nonce_store.h"
 #include "base/log.h"
+#include "base/result_codes.h"
 
 namespace tarn {
 
@@ -17,7 +18,7 @@ uint32_t ValidateChallenge(bool& isValid, const std::vector<uint8_t>& nonce,
 uint32_t GetChallenge(std::string& challenge, const std::wstring& data, Logger* log) {
   WriteLog(log, L"Delete nonce registry key");
   // No key means no earlier challenge: nothing to replace.
-  if (const uint32_t code = DeleteNonceKey(log); code != 0 && code != ERROR_FILE_NOT_FOUND) {
+  if (const uint32_t code = DeleteNonceKey(log); code != 0 && code != kErrorFileNotFound) {
     WriteLog(log, L"Failed to delete registry key. Error code: " + std::to_wstring(code));
     return code;
   }

@@ -19,25 +19,27 @@ inline constexpr size_t kRandomByteCount = 16;
 inline constexpr const char* kAuthorizationIssuer = "DigiCert Global G2 TLS RSA SHA256 2020 CA1";
 
 /// 0, or the platform's error (13 when it names none); `bytes` untouched on failure.
-uint32_t DecodeBase64(std::vector<uint8_t>& bytes, const std::wstring& text, Logger* log);
+[[nodiscard]] uint32_t DecodeBase64(std::vector<uint8_t>& bytes, const std::wstring& text,
+                                    Logger* log);
 
 // Builds the chain of every certificate in the store made from `certificatePath` (when
 // `fromFile`) or from `certificateBytes`; the last certificate's verdict stands. A chain is
 // acceptable when it reports no trust error other than an unknown revocation status.
 /// 0 with the verdict in `isValid`, or the platform's error with `isValid` false.
-uint32_t ValidateCertificate(bool& isValid, const std::wstring& certificatePath,
-                             const std::vector<uint8_t>& certificateBytes, bool fromFile,
-                             Logger* log);
+[[nodiscard]] uint32_t ValidateCertificate(bool& isValid, const std::wstring& certificatePath,
+                                           const std::vector<uint8_t>& certificateBytes,
+                                           bool fromFile, Logger* log);
 
 // Subject (simple display name) must be the build's TARN_AUTH_SERVICE_HOST, issuer
 // kAuthorizationIssuer, both exactly.
 /// 0 with the verdict in `isValid`, or the platform's error with `isValid` false.
-uint32_t ValidateCertificateInformation(bool& isValid, const std::vector<uint8_t>& certificateBytes,
-                                        Logger* log);
+[[nodiscard]] uint32_t ValidateCertificateInformation(bool& isValid,
+                                                      const std::vector<uint8_t>& certificateBytes,
+                                                      Logger* log);
 
 /// 0, or the failing status; `digest` (32 bytes) untouched on failure. Logs nothing.
-uint32_t ComputeSha256(std::vector<uint8_t>& digest, const uint8_t* data, size_t length,
-                       Logger* log);
+[[nodiscard]] uint32_t ComputeSha256(std::vector<uint8_t>& digest, const uint8_t* data,
+                                     size_t length, Logger* log);
 
 // RSA PKCS #1 v1.5 signature, by the certificate's key, of
 // SHA-256(SHA-256(messageBytes) || SHA-256(certificateBytes)): the signature binds the message
@@ -47,6 +49,6 @@ bool VerifySignature(const std::vector<uint8_t>& certificateBytes,
                      const std::vector<uint8_t>& messageBytes, Logger* log);
 
 /// 0 with 16 random bytes in `buffer`, or the failing status; `buffer` untouched on failure.
-uint32_t GenerateRandomBytes(std::vector<uint8_t>& buffer, Logger* log);
+[[nodiscard]] uint32_t GenerateRandomBytes(std::vector<uint8_t>& buffer, Logger* log);
 
 }  // namespace tarn

@@ -23,25 +23,19 @@ namespace {
 using UniqueCertChain =
     UniqueHandle<handle_traits::Traits<PCCERT_CHAIN_CONTEXT, nullptr, CertFreeCertificateChain>>;
 
-// The thread's last error after a failed call. A failure the platform leaves without an error
-// must not read as success to the caller, so it becomes "invalid data".
-uint32_t FailureCode() {
-  const DWORD error = GetLastError();
-  return error != 0 ? error : kErrorInvalidData;
-}
-
 DWORD Size(const std::vector<uint8_t>& bytes) { return static_cast<DWORD>(bytes.size()); }
 
 // The certificate's subject, or its issuer with CERT_NAME_ISSUER_FLAG, as a simple display name.
-uint32_t GetSimpleName(std::string& name, PCCERT_CONTEXT certificate, DWORD flags,
-                       const wchar_t* sizeStep, const wchar_t* nameStep, Logger* log) {
+/// 0, or the platform's error (13 when it names none) or 8, with `name` untouched.
+[[nodiscard]] uint32_t GetSimpleName(std::string& name, PCCERT_CONTEXT certificate, DWORD flags,
+                                     const wchar_t* sizeStep, const wchar_t* nameStep,
+                                     Logger* log) {
   WriteLog(log, sizeStep);
   const DWORD size =
       CertGetNameStringA(certificate, CERT_NAME_SIMPLE_DISPLAY_TYPE, flags, nullptr, nullptr, 0);
   if (size == 0) {
-    const uint32_t code = FailureCode();
-    LogFailure(log, L"Could not get certificate name size. Error code: ", code);
-    return code;
+    const uint32_t code = LastErrorOr(kErrorInvalidData);
+    return LogFailure(log, L"Could not get certificate name size. Error code: ", code);
   }
   std::string buffer;
   if (!TryResize(buffer, size)) {
@@ -52,9 +46,8 @@ uint32_t GetSimpleName(std::string& name, PCCERT_CONTEXT certificate, DWORD flag
   const DWORD written = CertGetNameStringA(certificate, CERT_NAME_SIMPLE_DISPLAY_TYPE, flags,
                                            nullptr, buffer.data(), size);
   if (written == 0) {
-    const uint32_t code = FailureCode();
-    LogFailure(log, L"Could not get certificate name. Error code: ", code);
-    return code;
+    const uint32_t code = LastErrorOr(kErrorInvalidData);
+    return LogFailure(log, L"Could not get certificate name. Error code: ", code);
   }
   buffer.resize(written - 1);  // the count includes the terminating null
   name = std::move(buffer);
@@ -64,7 +57,7 @@ uint32_t GetSimpleName(std::string& name, PCCERT_CONTEXT certificate, DWORD flag
 // SHA-256 for VerifySignature's steps; logs the failure.
 bool HashStep(std::vector<uint8_t>& digest, const std::vector<uint8_t>& data, Logger* log) {
   if (const uint32_t code = ComputeSha256(digest, data.data(), data.size(), log)) {
-    LogFailure(log, L"Failed to compute hash. Error code: ", code);
+    WriteLog(log, L"Failed to compute hash. Error code: " + std::to_wstring(code));
     return false;
   }
   return true;
@@ -80,7 +73,7 @@ uint32_t DecodeBase64(std::vector<uint8_t>& bytes, const std::wstring& text, Log
   if (!CryptStringToBinaryW(text.c_str(), length, CRYPT_STRING_BASE64, nullptr, &size, nullptr,
                             nullptr)) {
     WriteLog(log, L"Could not crypt string to binary");
-    return FailureCode();
+    return LastErrorOr(kErrorInvalidData);
   }
   std::vector<uint8_t> buffer;
   if (!TryResize(buffer, size)) {
@@ -91,7 +84,7 @@ uint32_t DecodeBase64(std::vector<uint8_t>& bytes, const std::wstring& text, Log
   if (!CryptStringToBinaryW(text.c_str(), length, CRYPT_STRING_BASE64, buffer.data(), &size,
                             nullptr, nullptr)) {
     WriteLog(log, L"Could not crypt string to binary");
-    return FailureCode();
+    return LastErrorOr(kErrorInvalidData);
   }
   buffer.resize(size);
   bytes = std::move(buffer);
@@ -110,25 +103,22 @@ uint32_t ValidateCertificate(bool& isValid, const std::wstring& certificatePath,
     store.reset(CertOpenStore(CERT_STORE_PROV_FILENAME_W, X509_ASN_ENCODING, 0,
                               CERT_STORE_OPEN_EXISTING_FLAG, certificatePath.c_str()));
     if (!store) {
-      const uint32_t code = FailureCode();
-      LogFailure(log, L"Failed to open certificate from path. Error code: ", code);
-      return code;
+      const uint32_t code = LastErrorOr(kErrorInvalidData);
+      return LogFailure(log, L"Failed to open certificate from path. Error code: ", code);
     }
   } else {
     WriteLog(log, L"Open certificate");
     store.reset(CertOpenStore(CERT_STORE_PROV_MEMORY, 0, 0, 0, nullptr));
     if (!store) {
-      const uint32_t code = FailureCode();
-      LogFailure(log, L"Failed to open certificate. Error code: ", code);
-      return code;
+      const uint32_t code = LastErrorOr(kErrorInvalidData);
+      return LogFailure(log, L"Failed to open certificate. Error code: ", code);
     }
     WriteLog(log, L"Add certificate data to certificate in store");
     if (!CertAddEncodedCertificateToStore(store.get(), X509_ASN_ENCODING, certificateBytes.data(),
                                           Size(certificateBytes), CERT_STORE_ADD_USE_EXISTING,
                                           nullptr)) {
-      const uint32_t code = FailureCode();
-      LogFailure(log, L"Failed to add encoded certificate to store. Error code: ", code);
-      return code;
+      const uint32_t code = LastErrorOr(kErrorInvalidData);
+      return LogFailure(log, L"Failed to add encoded certificate to store. Error code: ", code);
     }
   }
 
@@ -160,9 +150,8 @@ uint32_t ValidateCertificate(bool& isValid, const std::wstring& certificatePath,
     UniqueCertChain chain;
     if (!CertGetCertificateChain(HCCE_CURRENT_USER, certificate.get(), nullptr, store.get(),
                                  &parameters, 0, nullptr, chain.put())) {
-      const uint32_t code = FailureCode();
-      LogFailure(log, L"Cannot build certificate chain. Error code: ", code);
-      return code;
+      const uint32_t code = LastErrorOr(kErrorInvalidData);
+      return LogFailure(log, L"Cannot build certificate chain. Error code: ", code);
     }
     // Without a reachable revocation list the status is unknown; that alone is tolerated.
     verdict = (chain.get()->TrustStatus.dwErrorStatus & ~CERT_TRUST_REVOCATION_STATUS_UNKNOWN) == 0;
@@ -171,9 +160,8 @@ uint32_t ValidateCertificate(bool& isValid, const std::wstring& certificatePath,
 
   WriteLog(log, L"Close certificate store");
   if (!CertCloseStore(store.release(), CERT_CLOSE_STORE_CHECK_FLAG)) {
-    const uint32_t code = FailureCode();
-    LogFailure(log, L"Could not close certificate store. Error code: ", code);
-    return code;
+    const uint32_t code = LastErrorOr(kErrorInvalidData);
+    return LogFailure(log, L"Could not close certificate store. Error code: ", code);
   }
   isValid = verdict;
   WriteLog(log, L"Finished validating the certificate");
@@ -187,9 +175,8 @@ uint32_t ValidateCertificateInformation(bool& isValid, const std::vector<uint8_t
   UniqueCertContext certificate(CertCreateCertificateContext(
       X509_ASN_ENCODING, certificateBytes.data(), Size(certificateBytes)));
   if (!certificate) {
-    const uint32_t code = FailureCode();
-    LogFailure(log, L"Could not create certificate context. Error code: ", code);
-    return code;
+    const uint32_t code = LastErrorOr(kErrorInvalidData);
+    return LogFailure(log, L"Could not create certificate context. Error code: ", code);
   }
 
   std::string subject;
@@ -275,7 +262,8 @@ bool VerifySignature(const std::vector<uint8_t>& certificateBytes,
   UniqueCertContext certificate(CertCreateCertificateContext(
       X509_ASN_ENCODING, certificateBytes.data(), Size(certificateBytes)));
   if (!certificate) {
-    LogFailure(log, L"Could not create certificate context. Error code: ", FailureCode());
+    WriteLog(log, L"Could not create certificate context. Error code: " +
+                      std::to_wstring(LastErrorOr(kErrorInvalidData)));
     return false;
   }
 
@@ -284,7 +272,8 @@ bool VerifySignature(const std::vector<uint8_t>& certificateBytes,
   if (!CryptImportPublicKeyInfoEx2(X509_ASN_ENCODING,
                                    &certificate.get()->pCertInfo->SubjectPublicKeyInfo, 0, nullptr,
                                    key.put())) {
-    LogFailure(log, L"Cannot import public key info. Error code: ", FailureCode());
+    WriteLog(log, L"Cannot import public key info. Error code: " +
+                      std::to_wstring(LastErrorOr(kErrorInvalidData)));
     return false;
   }
 
@@ -306,7 +295,8 @@ bool VerifySignature(const std::vector<uint8_t>& certificateBytes,
       key.get(), &padding, signedHash.data(), Size(signedHash),
       const_cast<PUCHAR>(signature.data()), Size(signature), BCRYPT_PAD_PKCS1);
   if (status != 0) {
-    LogFailure(log, L"Failed to verify signature. Error code: ", static_cast<uint32_t>(status));
+    WriteLog(log, L"Failed to verify signature. Error code: " +
+                      std::to_wstring(static_cast<uint32_t>(status)));
     return false;
   }
   WriteLog(log, L"Finished verifying signature successfully");
@@ -323,11 +313,9 @@ uint32_t GenerateRandomBytes(std::vector<uint8_t>& buffer, Logger* log) {
   WriteLog(log, L"Generate random bytes");
   const NTSTATUS status = BCryptGenRandom(nullptr, bytes.data(), static_cast<ULONG>(bytes.size()),
                                           BCRYPT_USE_SYSTEM_PREFERRED_RNG);
-  if (status != 0) {
-    LogFailure(log, L"Failed to generate random bytes. Error code: ",
-               static_cast<uint32_t>(status));
-    return static_cast<uint32_t>(status);
-  }
+  if (status != 0)
+    return LogFailure(log, L"Failed to generate random bytes. Error code: ",
+                      static_cast<uint32_t>(status));
   buffer = std::move(bytes);
   WriteLog(log, L"Finished to generate random number successfully");
   return 0;

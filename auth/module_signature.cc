@@ -1,7 +1,9 @@
+#include "auth/module_signature.h"
+
 #include <cwchar>
 
-#include "auth/module_signature.h"
 #include "base/log.h"
+#include "base/result_codes.h"
 
 namespace tarn {
 

@@ -9,18 +9,14 @@ namespace tarn {
 
 class Logger;
 
-inline constexpr uint32_t kErrorNoCounterSigners = 5007;
-inline constexpr uint32_t kErrorNoTimestampSigner = 4316;
-inline constexpr uint32_t kErrorSubjectMismatch = 1168;
-
 // The platform's trust verification of one file, one step per call, as the check walks it.
 // The Windows implementation wraps WinVerifyTrust and the WTHelper functions; tests fabricate
 // the answers.
 class TrustVerification {
  public:
   virtual ~TrustVerification() = default;
-  // The verify call's answer (0 = trusted).
-  virtual int32_t Verify(const std::wstring& filePath) = 0;
+  /// The verify call's answer: 0 when trusted, else the trust error (the state stays open).
+  [[nodiscard]] virtual int32_t Verify(const std::wstring& filePath) = 0;
   virtual bool ProviderData() = 0;
   virtual bool PrimarySigner() = 0;
   virtual uint32_t CounterSignerCount() = 0;
@@ -29,20 +25,22 @@ class TrustVerification {
   virtual bool SigningCertificate() = 0;
   // The signing certificate's subject common name, terminating null included.
   virtual std::wstring SigningCertificateCommonName(Logger* log) = 0;
-  // Closes the verification state; returns the thread's last error afterwards.
-  virtual uint32_t Close() = 0;
-  // The thread's last error now.
-  virtual uint32_t LastError() = 0;
+  // Closes the verification state.
+  /// The thread's last error afterwards, whatever the close did.
+  [[nodiscard]] virtual uint32_t Close() = 0;
+  /// The thread's last error now.
+  [[nodiscard]] virtual uint32_t LastError() = 0;
 };
 
-// Checks `filePath`. Returns 0 with `isValid` true only when everything holds. A non-zero result
-// is the failing step's code; a result of 0 with `isValid` false is possible too (some failures
-// report the last error after closing), so callers must check both.
-uint32_t ValidateModuleSignature(bool& isValid, const std::wstring& filePath,
-                                 const std::wstring& expectedSubject, Logger* log);
-uint32_t ValidateModuleSignature(TrustVerification& trust, bool& isValid,
-                                 const std::wstring& filePath, const std::wstring& expectedSubject,
-                                 Logger* log);
+// Checks `filePath`; `isValid` is true only when everything holds. Some failures report the last
+// error after closing, which may be 0, so callers must check both.
+/// 0, the trust error, the last error, 5007, 4316 or 1168; `isValid` false on every failure.
+[[nodiscard]] uint32_t ValidateModuleSignature(bool& isValid, const std::wstring& filePath,
+                                               const std::wstring& expectedSubject, Logger* log);
+/// As above, with the platform's verification given.
+[[nodiscard]] uint32_t ValidateModuleSignature(TrustVerification& trust, bool& isValid,
+                                               const std::wstring& filePath,
+                                               const std::wstring& expectedSubject, Logger* log);
 
 // The signer name every module of the maker carries.
 inline constexpr const wchar_t* kMakerSigner = L"Arvantis SRL";

@@ -22,14 +22,14 @@ inline constexpr const char* kNonceKeyAccessList =
 inline constexpr size_t kNonceLength = 16;
 
 /// 0, or the registry's error (8 when memory runs out); `nonce` untouched on failure.
-uint32_t ReadNonce(std::vector<uint8_t>& nonce, Logger* log);
+[[nodiscard]] uint32_t ReadNonce(std::vector<uint8_t>& nonce, Logger* log);
 
 // Creates the key (or opens it), writes the value, then restricts the key's access list.
 /// 0, or the failing call's error.
-uint32_t StoreNonce(const std::vector<uint8_t>& nonce, Logger* log);
+[[nodiscard]] uint32_t StoreNonce(const std::vector<uint8_t>& nonce, Logger* log);
 
 // Deletes the key with its value. Logs nothing: each caller logs the step its own way.
 /// 0, or the registry's error (2 when there is no key).
-uint32_t DeleteNonceKey(Logger* log);
+[[nodiscard]] uint32_t DeleteNonceKey(Logger* log);
 
 }  // namespace tarn

@@ -30,15 +30,13 @@ uint32_t ReadNonce(std::vector<uint8_t>& nonce, Logger* log) {
   UniqueHkey key;
   if (const LSTATUS status =
           RegOpenKeyExA(HKEY_CURRENT_USER, kNonceKeyPath, 0, KEY_READ, key.put())) {
-    LogFailure(log, L"Failed to open key registry. Error code: ", status);
-    return status;
+    return LogFailure(log, L"Failed to open key registry. Error code: ", status);
   }
 
   WriteLog(log, L"Get key value");
   if (const LSTATUS status =
           RegQueryValueExA(key.get(), kNonceValueName, nullptr, nullptr, nullptr, nullptr)) {
-    LogFailure(log, L"Failed to read key value. Error code: ", status);
-    return status;
+    return LogFailure(log, L"Failed to read key value. Error code: ", status);
   }
 
   WriteLog(log, L"Copy value to buffer");
@@ -53,10 +51,7 @@ uint32_t ReadNonce(std::vector<uint8_t>& nonce, Logger* log) {
       return kErrorNotEnoughMemory;
     }
   }
-  if (status != ERROR_SUCCESS) {
-    LogFailure(log, L"Failed to copy value to buffer. Error code: ", status);
-    return status;
-  }
+  if (status != 0) return LogFailure(log, L"Failed to copy value to buffer. Error code: ", status);
   buffer.resize(size);
   nonce = std::move(buffer);
   WriteLog(log, L"Registry key was read successfully");
@@ -69,8 +64,7 @@ uint32_t StoreNonce(const std::vector<uint8_t>& nonce, Logger* log) {
   if (const LSTATUS status =
           RegCreateKeyExA(HKEY_CURRENT_USER, kNonceKeyPath, 0, nullptr, REG_OPTION_NON_VOLATILE,
                           KEY_ALL_ACCESS, nullptr, key.put(), nullptr)) {
-    LogFailure(log, L"Failed to create registry key. Error code: ", status);
-    return status;
+    return LogFailure(log, L"Failed to create registry key. Error code: ", status);
   }
 
   WriteLog(log, L"Set value in registry");
@@ -81,8 +75,7 @@ uint32_t StoreNonce(const std::vector<uint8_t>& nonce, Logger* log) {
   data.push_back(0xFF);
   if (const LSTATUS status = RegSetValueExA(key.get(), kNonceValueName, 0, REG_SZ, data.data(),
                                             static_cast<DWORD>(nonce.size()))) {
-    LogFailure(log, L"Failed to set value in registry. Error code: ", status);
-    return status;
+    return LogFailure(log, L"Failed to set value in registry. Error code: ", status);
   }
 
   WriteLog(log, L"Create security descriptor object");
@@ -91,17 +84,15 @@ uint32_t StoreNonce(const std::vector<uint8_t>& nonce, Logger* log) {
           kNonceKeyAccessList, SDDL_REVISION_1,
           reinterpret_cast<PSECURITY_DESCRIPTOR*>(descriptor.put()), nullptr)) {
     // A failure without an error must still stop the store: the key would stay open to all.
-    const uint32_t code = GetLastError() != 0 ? GetLastError() : kErrorInvalidData;
-    LogFailure(log, L"Failed to create security descriptor. Error code: ", code);
-    return code;
+    return LogFailure(log, L"Failed to create security descriptor. Error code: ",
+                      LastErrorOr(kErrorInvalidData));
   }
   WriteLog(log, L"Security descriptor created successfully");
 
   WriteLog(log, L"Set registry key security descriptor");
   if (const LSTATUS status =
           RegSetKeySecurity(key.get(), DACL_SECURITY_INFORMATION, descriptor.get())) {
-    LogFailure(log, L"Failed to set security descriptor: Error code: ", status);
-    return status;
+    return LogFailure(log, L"Failed to set security descriptor: Error code: ", status);
   }
   WriteLog(log, L"Registry key security descriptor set successfully");
 

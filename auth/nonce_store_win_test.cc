@@ -28,7 +28,7 @@ class NonceStoreTest : public testing::Test {
     ASSERT_EQ(RegOverridePredefKey(HKEY_CURRENT_USER, privateRoot_.get()), 0);
   }
   void TearDown() override {
-    DeleteNonceKey(nullptr);
+    RegDeleteKeyA(HKEY_CURRENT_USER, kNonceKeyPath);  // whether or not a test left it
     RegOverridePredefKey(HKEY_CURRENT_USER, nullptr);
     privateRoot_.reset();
     RegDeleteKeyA(HKEY_CURRENT_USER, root_.c_str());
@@ -80,7 +80,7 @@ TEST_F(NonceStoreTest, ReadGivesBackTheStoredBytes) {
     EXPECT_EQ(log.Take(),
               (Messages{"Allocate memory for buffer", "Open registry key", "Get key value",
                         "Copy value to buffer", "Registry key was read successfully"}));
-    DeleteNonceKey(nullptr);
+    ASSERT_EQ(DeleteNonceKey(nullptr), 0u);
   }
 }
 

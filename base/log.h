@@ -31,8 +31,9 @@ Logger* CreateLogger(const std::wstring& programDirectory);
 // Writes one line: UTC time stamp, a blank, the message. Nothing when `log` is null.
 void WriteLog(Logger* log, std::wstring message);
 
-// Writes `text` followed by `code` in decimal, the shape of every failure line; returns `code`.
-uint32_t LogFailure(Logger* log, const wchar_t* text, uint32_t code);
+// Writes `text` followed by `code` in decimal, the shape of every failure line.
+/// `code`, so that a failure is logged and returned in one step.
+[[nodiscard]] uint32_t LogFailure(Logger* log, const wchar_t* text, uint32_t code);
 
 // The text of one log line without its line end; `utc` null means the time was not available.
 std::wstring FormatLogLine(const std::tm* utc, const std::wstring& message);

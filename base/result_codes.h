@@ -1,30 +1,58 @@
-// Result codes with a fixed meaning across the tool. Windows error codes pass through unchanged.
+// Every result code the tool names, one name per value. Functions return 0 for success, these,
+// or a Windows error code passed through unchanged (the *_win.cc files may call the latter by
+// their Windows names; the platform-free code, which also builds natively, uses these).
 #pragma once
 
 #include <cstdint>
 
 namespace tarn {
 
-using ResultCodeType = uint32_t;
-
-inline constexpr uint32_t kResultSuccess = 0;
-inline constexpr uint32_t kErrorFileNotFound = 2;     // agent not installed, file missing
-inline constexpr uint32_t kErrorInvalidJson = 3;      // malformed reply or event
-inline constexpr uint32_t kErrorAccessDenied = 5;     // feature editing without authorization
+// Agent not installed, file or key missing; BER data ending before its node does.
+inline constexpr uint32_t kErrorFileNotFound = 2;
+// Malformed JSON reply, event or answer; BER nested deeper than the reader goes.
+inline constexpr uint32_t kErrorMalformed = 3;
+// Feature editing without authorization.
+inline constexpr uint32_t kErrorAccessDenied = 5;
 inline constexpr uint32_t kErrorNotEnoughMemory = 8;
-inline constexpr uint32_t kResultNotAuthorized = 12;  // refused by the authorization gate
-inline constexpr uint32_t kErrorInvalidData = 13;     // expected value or field absent
-inline constexpr uint32_t kErrorRequestRefused = 50;  // the SDK did not accept a request
-inline constexpr uint32_t kErrorModNotFound = 126;    // SDK library cannot be loaded
-inline constexpr uint32_t kResultAgentNotAsked = 30;  // no identity: the agent was not asked
-inline constexpr uint32_t kErrorBadArguments = 160;   // bad arguments or unknown command
+// Refused by the authorization gate.
+inline constexpr uint32_t kResultNotAuthorized = 12;
+// Expected value or field absent.
+inline constexpr uint32_t kErrorInvalidData = 13;
+// The authorization names another endpoint.
+inline constexpr uint32_t kErrorIdentifierNotMatched = 20;
+// No identity: the agent was not asked.
+inline constexpr uint32_t kResultAgentNotAsked = 30;
+// The SDK did not accept a request.
+inline constexpr uint32_t kErrorRequestRefused = 50;
+// Authorization options: one given twice, some missing, the certificate file unreadable.
+inline constexpr uint32_t kErrorOptionRepeated = 85;
+inline constexpr uint32_t kErrorOptionsIncomplete = 87;
+inline constexpr uint32_t kErrorCertificateFileUnreadable = 110;
+// The SDK library cannot be loaded.
+inline constexpr uint32_t kErrorModNotFound = 126;
+// Bad arguments or unknown command.
+inline constexpr uint32_t kErrorBadArguments = 160;
 inline constexpr uint32_t kResultAlreadyInstalled = 183;
-inline constexpr uint32_t kErrorSdkInstance = 775;    // instance or callback registration failed
+// SDK instance or callback registration failed.
+inline constexpr uint32_t kErrorSdkInstance = 775;
+// Configuration file in UTF-32.
+inline constexpr uint32_t kErrorUnsupportedEncoding = 1006;
+// A module signed, but not by the maker.
+inline constexpr uint32_t kErrorSubjectMismatch = 1168;
+// The module check returned 0, yet the module is not valid.
 inline constexpr uint32_t kErrorNotValidlySigned = 1403;
 inline constexpr uint32_t kErrorTimeout = 1460;
-inline constexpr uint32_t kErrorUnsupportedEncoding = 1006;  // configuration file in UTF-32
-inline constexpr uint32_t kErrorNoUsableReply = 1804;  // reply without usable "error"/"output"
+// A reply without a usable "error" or "output".
+inline constexpr uint32_t kErrorNoUsableReply = 1804;
 inline constexpr uint32_t kResultRebootRequired = 3017;
+// A module's signature without a time stamp, or without any counter-signer.
+inline constexpr uint32_t kErrorNoTimestampSigner = 4316;
+inline constexpr uint32_t kErrorNoCounterSigners = 5007;
+// The preset answer of uninstall.
 inline constexpr uint32_t kResultUninstallPreset = 16010;
+// Authorization messages: a wrong tag, a wrong number of children, empty contents.
+inline constexpr uint32_t kErrorWrongTag = 18000;
+inline constexpr uint32_t kErrorWrongChildCount = 18001;
+inline constexpr uint32_t kErrorEmptyValue = 18003;
 
 }  // namespace tarn

@@ -9,6 +9,8 @@
 #include <winsvc.h>
 // clang-format on
 
+#include <cstdint>
+
 #include "base/unique_handle.h"
 
 namespace tarn {
@@ -23,6 +25,13 @@ class LastErrorKeeper {
  private:
   DWORD error_;
 };
+
+// The thread's last error after a failed call, or `fallback` when the call set none: a failure
+// must not read as success to the caller.
+[[nodiscard]] inline uint32_t LastErrorOr(uint32_t fallback) {
+  const DWORD error = GetLastError();
+  return error != 0 ? error : fallback;
+}
 
 namespace handle_traits {
 

@@ -26,7 +26,7 @@ uint32_t WalkStatusOutput(const rapidjson::Value& status, StatusWalk walk, std::
   } catch (...) {
     WriteLog(log, L"Invalid JSON");
     payload.clear();
-    code = kErrorInvalidJson;
+    code = kErrorMalformed;
   }
   return LogFailure(log, closing, code);
 }

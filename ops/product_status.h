@@ -11,12 +11,17 @@ namespace tarn {
 
 class Logger;
 
-// Operations: 0 with the answer in `payload`, or the SDK session's code with `payload` empty.
-uint32_t GetCriticalIssues(std::string& payload, Logger* log);
-uint32_t GetUpdateLocations(std::string& payload, Logger* log);
-uint32_t GetProductVersion(std::string& payload, Logger* log);
-uint32_t GetLastUpdateTime(std::string& payload, Logger* log);
-uint32_t GetFeatureStatus(std::string& payload, Logger* log);
+// The operations (product_status_win.cc), each asking the agent for "Product.GetStatus".
+/// 0 with the answer in `payload`; the session's code (or 3) with `payload` empty.
+[[nodiscard]] uint32_t GetCriticalIssues(std::string& payload, Logger* log);
+/// As GetCriticalIssues.
+[[nodiscard]] uint32_t GetUpdateLocations(std::string& payload, Logger* log);
+/// As GetCriticalIssues.
+[[nodiscard]] uint32_t GetProductVersion(std::string& payload, Logger* log);
+/// As GetCriticalIssues.
+[[nodiscard]] uint32_t GetLastUpdateTime(std::string& payload, Logger* log);
+/// As GetCriticalIssues.
+[[nodiscard]] uint32_t GetFeatureStatus(std::string& payload, Logger* log);
 
 // The walks over a status output. A missing or mistyped member ends a walk with what it has;
 // they never fail.
@@ -29,9 +34,10 @@ std::string CollectFeatureStatus(const rapidjson::Value& output, Logger* log);
 using StatusWalk = std::string (*)(const rapidjson::Value& output, Logger* log);
 
 // Runs `walk` over `status` into `payload`, then logs `closing` with the code. The walks check
-// every type, so only a failed allocation can throw: "Invalid JSON", 3 and an empty payload.
-uint32_t WalkStatusOutput(const rapidjson::Value& status, StatusWalk walk, std::string& payload,
-                          const wchar_t* closing, Logger* log);
+// every type, so only a failed allocation can throw.
+/// 0, or 3 after a throw (logged "Invalid JSON") with `payload` empty.
+[[nodiscard]] uint32_t WalkStatusOutput(const rapidjson::Value& status, StatusWalk walk,
+                                        std::string& payload, const wchar_t* closing, Logger* log);
 
 // Appends `entry` to a "|"-joined list.
 void AppendEntry(std::string& list, const std::string& entry, const char* separator = "|");

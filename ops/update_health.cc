@@ -222,19 +222,19 @@ uint32_t DecideUpToDate(const rapidjson::Value& status, const rapidjson::Value* 
   const rapidjson::Value* locations = ObjectMember(status, "Locations");
   if (locations == nullptr) {
     WriteLog(log, L"Invalid JSON. Could not find \"Locations\" member");
-    return kErrorInvalidJson;
+    return kErrorMalformed;
   }
   for (const auto& location : locations->GetObject()) {
     if (!location.value.IsObject()) continue;
     const rapidjson::Value* available = ObjectMember(location.value, "updateAvailable");
     if (available == nullptr) {
       WriteLog(log, L"Invalid JSON. Could not find \"updateAvailable\" member");
-      return kErrorInvalidJson;
+      return kErrorMalformed;
     }
     const rapidjson::Value* state = Member(*available, "status");
     if (state == nullptr || !state->IsString()) {
       WriteLog(log, L"Invalid JSON. Could not find \"status\" member");
-      return kErrorInvalidJson;
+      return kErrorMalformed;
     }
     const char* text = state->GetString();
     const size_t length = state->GetStringLength();
@@ -255,12 +255,12 @@ uint32_t DecideUpToDate(const rapidjson::Value& status, const rapidjson::Value* 
       const rapidjson::Value* run = ObjectMember(location.value, key);
       if (run == nullptr) {
         WriteLog(log, L"Invalid JSON for checking the field");
-        return kErrorInvalidJson;
+        return kErrorMalformed;
       }
       const rapidjson::Value* error = Member(*run, "error");
       if (error == nullptr || !error->IsInt64()) {
         WriteLog(log, L"Invalid JSON for checking the \"error\" field");
-        return kErrorInvalidJson;
+        return kErrorMalformed;
       }
       upToDate = 1;
       if (error->GetInt64() != 0) {
@@ -269,7 +269,7 @@ uint32_t DecideUpToDate(const rapidjson::Value& status, const rapidjson::Value* 
       }
       const Verdict verdict = CheckTimes(location.value, location.name, settings, now, upToDate,
                                          log);
-      if (verdict == Verdict::kFail) return kErrorInvalidJson;
+      if (verdict == Verdict::kFail) return kErrorMalformed;
       if (verdict == Verdict::kNextLocation) break;
     }
   }

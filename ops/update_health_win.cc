@@ -10,7 +10,8 @@
 namespace tarn {
 namespace {
 
-uint32_t GetStatus(rapidjson::Document& status, Logger* log) {
+/// The wrapper's code; `status` is filled on 0 only.
+[[nodiscard]] uint32_t GetStatus(rapidjson::Document& status, Logger* log) {
   WriteLog(log, L"Execute Product.GetStatus method");
   return RunSdkMethod(status, L"Product.GetStatus", L"", L"", log);
 }
@@ -40,7 +41,7 @@ uint32_t GetUpdateStatus(const std::string& location, std::string& payload, Logg
   } catch (...) {
     WriteLog(log, L"Invalid JSON");
     payload.clear();
-    code = kErrorInvalidJson;
+    code = kErrorMalformed;
   }
   WriteLog(log, L"Finished getting update status with error: " + std::to_wstring(code));
   return code;
@@ -64,7 +65,7 @@ uint32_t IsUpToDate(uint32_t& upToDate, Logger* log) {
     if (code != 0) return code;
   } catch (...) {
     WriteLog(log, L"Invalid JSON");
-    code = kErrorInvalidJson;
+    code = kErrorMalformed;
   }
   WriteLog(log, L"Finished getting update status with error: " + std::to_wstring(code));
   return code;

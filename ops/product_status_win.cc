@@ -6,7 +6,9 @@
 namespace tarn {
 namespace {
 
-uint32_t RunStatusQuery(StatusWalk walk, std::string& payload, const wchar_t* closing, Logger* log) {
+/// The wrapper's code (logged), or WalkStatusOutput's.
+[[nodiscard]] uint32_t RunStatusQuery(StatusWalk walk, std::string& payload, const wchar_t* closing,
+                                      Logger* log) {
   WriteLog(log, L"Execute Product.GetStatus method");
   rapidjson::Document status;
   if (const uint32_t code = RunSdkMethod(status, L"Product.GetStatus", L"", L"", log); code != 0) {
@@ -24,15 +26,15 @@ uint32_t GetCriticalIssues(std::string& payload, Logger* log) {
   rapidjson::Document status;
   int32_t apiError = 0;
   int64_t endpointSdkError = 0;
-  uint32_t code = ExecuteSdkMethod(status, apiError, endpointSdkError, L"Product.GetStatus", L"",
-                                   L"", log);
+  uint32_t code =
+      ExecuteSdkMethod(status, apiError, endpointSdkError, L"Product.GetStatus", L"", L"", log);
   if (code == 0 && endpointSdkError != 0) code = static_cast<uint32_t>(endpointSdkError);
   if (code != 0) {
     WriteLog(log, L"Failed to execute Product.GetStatus method");
     return code;
   }
   return WalkStatusOutput(status, CollectCriticalIssues, payload,
-                    L"Finished to get critical issues with error: ", log);
+                          L"Finished to get critical issues with error: ", log);
 }
 
 uint32_t GetUpdateLocations(std::string& payload, Logger* log) {
