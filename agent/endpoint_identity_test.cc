@@ -2,13 +2,8 @@
 
 #include <gtest/gtest.h>
 
-#include <filesystem>
-#include <fstream>
-#include <functional>
-#include <random>
 #include <vector>
 
-#include "base/log.h"
 #include "base/result_codes.h"
 #include "base/test_log_capture.h"
 
@@ -127,24 +122,6 @@ TEST(EndpointIdentityTest, MissingOrMistypedMembersLeaveOutputsEmpty) {
     EXPECT_EQ(groupId, c.groupId) << c.json;
     EXPECT_EQ(companyId, c.companyId) << c.json;
   }
-}
-
-TEST(EndpointIdentityTest, OnlyTheRequestedIdsAreReadAndLogged) {
-  const std::string json = R"({"hwid":"H","custid":"C","customdata":{"ComputersFolder":"G"}})";
-  std::string groupId;
-  EXPECT_EQ(LogOf([&](Logger* log) {
-              EXPECT_EQ(ReadConfigText(json, nullptr, &groupId, nullptr, log), 0u);
-            }),
-            std::vector<std::string>{"Group id is: G"});
-  EXPECT_EQ(groupId, "G");
-
-  std::string hardwareId, companyId;
-  EXPECT_EQ(LogOf([&](Logger* log) {
-              EXPECT_EQ(ReadConfigText(json, &hardwareId, nullptr, &companyId, log), 0u);
-            }),
-            (std::vector<std::string>{"Hardware id is: H", "Company id is: C"}));
-  EXPECT_EQ(hardwareId, "H");
-  EXPECT_EQ(companyId, "C");
 }
 
 TEST(EndpointIdentityTest, KivoroReplyWalk) {

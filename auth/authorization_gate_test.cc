@@ -3,51 +3,33 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <cstring>
 #include <functional>
+
+#include "auth/test_ber_builder.h"
 
 namespace tarn {
 namespace {
 
-// A message the fake decoders cannot produce on their own: the gate decodes real BER, so the
-// tests feed it through DecodeBase64 as raw bytes of a prepared encoding.
-std::vector<uint8_t> Der(std::initializer_list<int> bytes) {
-  return std::vector<uint8_t>(bytes.begin(), bytes.end());
+using test_ber::Auth;
+using test_ber::Bytes;
+using test_ber::Enum;
+using test_ber::GeneralizedTime;
+using test_ber::Seq;
+using test_ber::Set;
+using test_ber::Text;
+
+// The gate decodes real BER, so the fake DecodeBase64 hands it prepared encodings: validity
+// 2026-01-01..2026-12-31, the given permissions, one identifier of `type` with `value`.
+Bytes AuthMessage(const std::vector<uint8_t>& permissions, uint8_t type,
+                  const std::string& value) {
+  std::vector<Bytes> permissionSet;
+  for (uint8_t permission : permissions) permissionSet.push_back(Enum(permission));
+  return Auth(Seq({GeneralizedTime("20260101000000Z"), GeneralizedTime("20261231000000Z")}),
+              Set(permissionSet), Set({Seq({Enum(type), Text(0x04, value)})}));
 }
 
-std::vector<uint8_t> Cat(std::initializer_list<std::vector<uint8_t>> parts) {
-  std::vector<uint8_t> out;
-  for (const auto& part : parts) {
-    for (uint8_t byte : part) out.push_back(byte);
-  }
-  return out;
-}
-
-std::vector<uint8_t> Wrap(uint8_t tag, const std::vector<uint8_t>& content) {
-  return Cat({{tag, static_cast<uint8_t>(content.size())}, content});
-}
-
-// GeneralizedTime contents such as "20260101000000Z".
-std::vector<uint8_t> Time(const char* text) {
-  return Wrap(0x18, std::vector<uint8_t>(text, text + std::strlen(text)));
-}
-
-// Signed authorization message: validity 2026-01-01..2026-12-31, the given permissions and one
-// identifier of `type` with `value`.
-std::vector<uint8_t> AuthMessage(std::vector<int> permissions, int type, const std::string& value) {
-  std::vector<uint8_t> permissionSet;
-  for (int p : permissions) permissionSet = Cat({permissionSet, Der({0x0A, 1, p})});
-  const auto identifier =
-      Wrap(0x30, Cat({Der({0x0A, 1, type}), Wrap(0x04, std::vector<uint8_t>(value.begin(), value.end()))}));
-  const auto message = Wrap(
-      0x30, Cat({Wrap(0x30, Cat({Time("20260101000000Z"), Time("20261231000000Z")})),
-                 Wrap(0x31, permissionSet), Wrap(0x31, identifier)}));
-  return Wrap(0x30, Cat({message, Wrap(0x04, Der({0x5A, 0x5A}))}));
-}
-
-std::vector<uint8_t> TimeMessage(const char* executionTime) {
-  const auto message = Wrap(0x30, Cat({Wrap(0x04, Der({'c'})), Time(executionTime)}));
-  return Wrap(0x30, Cat({message, Wrap(0x04, Der({0x5A}))}));
+Bytes TimeMessage(const char* executionTime) {
+  return test_ber::Time(Text(0x04, "c"), GeneralizedTime(executionTime));
 }
 
 struct FakeServices final : AuthorizationServices {
@@ -148,7 +130,7 @@ std::vector<std::wstring> Command(std::vector<std::wstring> head,
   return head;
 }
 
-FakeServices Valid(std::vector<int> permissions = {19}, int type = 0,
+FakeServices Valid(std::vector<uint8_t> permissions = {19}, uint8_t type = 0,
                    const std::string& id = "HW-1") {
   FakeServices services;
   services.base64[L"C"] = {1, 2, 3};

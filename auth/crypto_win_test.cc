@@ -51,16 +51,9 @@ TEST(DecodeBase64Test, DecodesOrLeavesTheBytesAlone) {
     std::vector<uint8_t> bytes = {42};
     LogCapture log("tarn-base64-test");
     EXPECT_EQ(DecodeBase64(bytes, c.text, log.get()), c.result);
-    if (c.result == 0) {
-      EXPECT_EQ(bytes, Bytes(c.bytes));
-      EXPECT_EQ(log.Take(), (Messages{"Crypt string to Binary to get size of certificate data",
-                                      "Crypt string to binary to get certificate data",
-                                      "Data retrieved successfully"}));
-    } else {
-      EXPECT_EQ(bytes, std::vector<uint8_t>{42});
-      EXPECT_EQ(log.Take(), (Messages{"Crypt string to Binary to get size of certificate data",
-                                      "Could not crypt string to binary"}));
-    }
+    EXPECT_EQ(bytes, c.result == 0 ? Bytes(c.bytes) : std::vector<uint8_t>{42});
+    EXPECT_EQ(log.Take().back(),
+              c.result == 0 ? "Data retrieved successfully" : "Could not crypt string to binary");
   }
 }
 
@@ -91,12 +84,9 @@ TEST(ValidateCertificateTest, ChainDecidesForTheCertificateAsGiven) {
     LogCapture log("tarn-certificate-test");
     EXPECT_EQ(ValidateCertificate(isValid, L"", der, false, log.get()), 0u);
     EXPECT_EQ(isValid, c.valid);
-    EXPECT_EQ(log.Take(),
-              (Messages{"Validate certificate", "Open certificate",
-                        "Add certificate data to certificate in store",
-                        "Check certificates from store", "Get certificate name",
-                        std::string("Certificate validity: ") + (c.valid ? "1" : "0"),
-                        "Close certificate store", "Finished validating the certificate"}));
+    const Messages messages = log.Take();
+    EXPECT_TRUE(ContainsInOrder(messages, {std::string("Certificate validity: ") + (c.valid ? "1" : "0"),
+                                           "Finished validating the certificate"}));
 
     // From a file holding the text form, as -certificatePath names it.
     isValid = !c.valid;
@@ -147,9 +137,6 @@ TEST(ValidateCertificateTest, UnreadableInputIsTheSystemError) {
 }
 
 TEST(ValidateCertificateInformationTest, SubjectAndIssuerMustBeTheServiceOnes) {
-  const std::string expectedStart[] = {
-      "Create certificate context", "Get certificate name size", "Get certificate name",
-      "Check if certificate subject is the same as the authorized one"};
   struct Case {
     const char* file;
     bool valid;
@@ -174,11 +161,7 @@ TEST(ValidateCertificateInformationTest, SubjectAndIssuerMustBeTheServiceOnes) {
     LogCapture log("tarn-certificate-information-test");
     EXPECT_EQ(ValidateCertificateInformation(isValid, Certificate(c.file), log.get()), 0u);
     EXPECT_EQ(isValid, c.valid);
-    const Messages messages = log.Take();
-    ASSERT_GE(messages.size(), 5u);
-    EXPECT_EQ(Messages(messages.begin(), messages.begin() + 4),
-              Messages(std::begin(expectedStart), std::end(expectedStart)));
-    EXPECT_EQ(messages.back(), c.last);
+    EXPECT_EQ(log.Take().back(), c.last);
   }
   const std::string host = TARN_AUTH_SERVICE_HOST;
   ASSERT_NE(host, "other-service.arvantis.example");
@@ -238,34 +221,22 @@ TEST(VerifySignatureTest, SignatureMustBeByTheKeyAndBoundToTheCertificate) {
     LogCapture log("tarn-signature-test");
     EXPECT_EQ(VerifySignature(Certificate(c.certificate), c.signature, c.message, log.get()),
               c.verified);
-    Messages expected = {"Create certificate context",
-                         "Import public key info",
-                         "Compute hash for auth message",
-                         "Compute hash for certificate",
-                         "Compute hashes for auth message and certificate",
-                         "Verify signature"};
-    const Messages messages = log.Take();
-    ASSERT_EQ(messages.size(), expected.size() + 1);
-    EXPECT_EQ(Messages(messages.begin(), messages.end() - 1), expected);
-    if (c.verified) {
-      EXPECT_EQ(messages.back(), "Finished verifying signature successfully");
-    } else {
-      EXPECT_EQ(messages.back().rfind("Failed to verify signature. Error code: ", 0), 0u);
-    }
+    const std::string last = log.Take().back();
+    EXPECT_EQ(last.rfind(c.verified ? "Finished verifying signature successfully"
+                                    : "Failed to verify signature. Error code: ",
+                         0),
+              0u);
   }
 }
 
 TEST(GenerateRandomBytesTest, SixteenFreshBytesEachTime) {
   std::vector<uint8_t> first;
   std::vector<uint8_t> second;
-  LogCapture log("tarn-random-test");
-  ASSERT_EQ(GenerateRandomBytes(first, log.get()), 0u);
+  ASSERT_EQ(GenerateRandomBytes(first, nullptr), 0u);
   ASSERT_EQ(GenerateRandomBytes(second, nullptr), 0u);
   EXPECT_EQ(first.size(), 16u);
   EXPECT_EQ(second.size(), 16u);
   EXPECT_NE(first, second);
-  EXPECT_EQ(log.Take(), (Messages{"Allocate buffer memory", "Generate random bytes",
-                                  "Finished to generate random number successfully"}));
 }
 
 }  // namespace

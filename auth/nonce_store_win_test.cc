@@ -15,7 +15,6 @@
 namespace tarn {
 namespace {
 
-using Messages = std::vector<std::string>;
 
 // HKEY_CURRENT_USER of this process points into a private key during each test, so the tests
 // never meet the nonce of a tool run in the same prefix.
@@ -73,13 +72,9 @@ TEST_F(NonceStoreTest, ReadGivesBackTheStoredBytes) {
     ASSERT_EQ(StoreNonce(stored, nullptr), 0u);
     OpenUpKey();
 
-    LogCapture log("tarn-nonce-read-test");
     std::vector<uint8_t> nonce;
-    ASSERT_EQ(ReadNonce(nonce, log.get()), 0u);
+    ASSERT_EQ(ReadNonce(nonce, nullptr), 0u);
     EXPECT_EQ(nonce, stored);
-    EXPECT_EQ(log.Take(),
-              (Messages{"Allocate memory for buffer", "Open registry key", "Get key value",
-                        "Copy value to buffer", "Registry key was read successfully"}));
     ASSERT_EQ(DeleteNonceKey(nullptr), 0u);
   }
 }
@@ -99,17 +94,14 @@ TEST_F(NonceStoreTest, ReadGrowsItsBufferForALongerValue) {
   std::vector<uint8_t> nonce;
   ASSERT_EQ(ReadNonce(nonce, log.get()), 0u);
   EXPECT_EQ(std::string(nonce.begin(), nonce.end()), longer);
-  EXPECT_EQ(log.Take(), (Messages{"Allocate memory for buffer", "Open registry key",
-                                  "Get key value", "Copy value to buffer", "Read more data",
-                                  "Registry key was read successfully"}));
+  EXPECT_TRUE(ContainsInOrder(log.Take(), {"Read more data", "Registry key was read successfully"}));
 }
 
 TEST_F(NonceStoreTest, MissingKeyOrValueFailsTheRead) {
   std::vector<uint8_t> nonce = {42};
   LogCapture log("tarn-nonce-missing-test");
   EXPECT_EQ(ReadNonce(nonce, log.get()), static_cast<uint32_t>(ERROR_FILE_NOT_FOUND));
-  EXPECT_EQ(log.Take(), (Messages{"Allocate memory for buffer", "Open registry key",
-                                  "Failed to open key registry. Error code: 2"}));
+  EXPECT_EQ(log.Take().back(), "Failed to open key registry. Error code: 2");
 
   UniqueHkey key;
   ASSERT_EQ(RegCreateKeyExA(HKEY_CURRENT_USER, kNonceKeyPath, 0, nullptr, 0, KEY_ALL_ACCESS,

