@@ -5,29 +5,6 @@
 namespace tarn::sim {
 namespace {
 
-TEST(ConfigFileTest, EachEncodingGivesItsMarkAndCodeUnits) {
-  const std::string text = "a\xC3\xA9\xF0\x9F\x98\x80";  // "a", U+00E9, U+1F600
-  const struct {
-    ConfigEncoding encoding;
-    std::string bytes;
-  } cases[] = {
-      {ConfigEncoding::kNoMark, text},
-      {ConfigEncoding::kUtf7Mark, "+/v8-" + text},
-      {ConfigEncoding::kUtf8Mark, "\xEF\xBB\xBF" + text},
-      {ConfigEncoding::kUtf16BigEndian,
-       std::string("\xFE\xFF\x00\x61\x00\xE9\xD8\x3D\xDE\x00", 10)},
-      {ConfigEncoding::kUtf16LittleEndian,
-       std::string("\xFF\xFE\x61\x00\xE9\x00\x3D\xD8\x00\xDE", 10)},
-      {ConfigEncoding::kUtf32BigEndian,
-       std::string("\x00\x00\xFE\xFF\x00\x00\x00\x61\x00\x00\x00\xE9\x00\x01\xF6\x00", 16)},
-      {ConfigEncoding::kUtf32LittleEndian,
-       std::string("\xFF\xFE\x00\x00\x61\x00\x00\x00\xE9\x00\x00\x00\x00\xF6\x01\x00", 16)},
-  };
-  for (const auto& c : cases) {
-    EXPECT_EQ(EncodeText(text, c.encoding), c.bytes) << static_cast<int>(c.encoding);
-  }
-}
-
 TEST(ConfigFileTest, EncodingsAreNamedByWordOrCode) {
   const struct {
     const wchar_t* word;

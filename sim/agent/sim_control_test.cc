@@ -86,17 +86,6 @@ TEST_F(SimControlTest, ServicesStopAndStartOneByOne) {
   EXPECT_EQ(StateOf(security), static_cast<uint32_t>(SERVICE_RUNNING));
 }
 
-TEST_F(SimControlTest, SecurityKeyDeletedAndRestoredWhileTheServiceRuns) {
-  DWORD type = 0;
-  const std::wstring before = RawImagePath(&type);
-  ASSERT_EQ(DeleteSecurityServiceKey(), 0u);
-  EXPECT_EQ(RawImagePath(&type), L"<2>");
-  EXPECT_EQ(StateOf(kAgentServices[1]), static_cast<uint32_t>(SERVICE_RUNNING));
-  ASSERT_EQ(RestoreSecurityServiceKey(), 0u);
-  EXPECT_EQ(RawImagePath(&type), before);
-  EXPECT_NE(RestoreSecurityServiceKey(), 0u);  // nothing saved any more
-}
-
 TEST_F(SimControlTest, RebootMarkerLivesInTheChosenView) {
   for (RegistryView view : {RegistryView::k64Bit, RegistryView::k32Bit}) {
     const RegistryView other =
@@ -135,25 +124,6 @@ TEST_F(SimControlTest, ScanLogsCarryTheChosenContentAndTimes) {
   }
   EXPECT_TRUE(
       Exists(AgentDirectory() / L"Logs\\system\\da29f7c8-23b1-4974-8d11-209959ac694b\\scan.xml"));
-}
-
-TEST_F(SimControlTest, ScenarioAndJournalFiles) {
-  EXPECT_EQ(SelectScenario(BuildKit(), L"no-such-scenario"), 2u);
-  ASSERT_EQ(WriteScenario(R"({"x":1})"), 0u);
-  std::string scenario;
-  ASSERT_EQ(ReadFileBytes(ScenarioPath(), &scenario), 0u);
-  EXPECT_EQ(scenario, R"({"x":1})");
-
-  std::vector<std::string> journal{"left over"};
-  ASSERT_EQ(ReadJournal(&journal), 0u);
-  EXPECT_TRUE(journal.empty());
-  ASSERT_EQ(AppendLine(JournalPath(), R"({"a":1})"), 0u);
-  ASSERT_EQ(AppendLine(JournalPath(), R"({"b":2})"), 0u);
-  ASSERT_EQ(ReadJournal(&journal), 0u);
-  EXPECT_EQ(journal, (std::vector<std::string>{R"({"a":1})", R"({"b":2})"}));
-  ASSERT_EQ(ClearJournal(), 0u);
-  ASSERT_EQ(ReadJournal(&journal), 0u);
-  EXPECT_TRUE(journal.empty());
 }
 
 TEST_F(SimControlTest, AgentInstallerStandInRemovesAndRestoresTheServices) {

@@ -9,7 +9,6 @@
 #include <string>
 #include <vector>
 
-#include "sim/oxsdk/journal_line.h"
 #include "sim/oxsdk/plan.h"
 #include "sim/oxsdk/sdk_contract.h"
 
@@ -170,26 +169,6 @@ TEST(PlanTest, PayloadTemplatesEchoTheRequestAndTellTimeFromNow) {
   EXPECT_EQ(plan.deliveries[1].text, R"({"runContext": "$request")");  // raw text is not expanded
   EXPECT_EQ(plan.deliveries[2].text, R"({"@name":"Wrong"})");
   EXPECT_EQ(plan.deliveries[3].text, "[1]");
-}
-
-TEST(JournalLineTest, KeepsTextByteForByteAfterStampFields) {
-  const std::string request = "{ \"a\":\t\"\\u00e9\xC3\xA9\" }\n\x01";
-  JournalLine line("request");
-  line.Add("request", request).AddOrNull("requestId", std::nullopt).Add("result", int64_t{-5});
-  const std::string text = line.Text(1700000000123, 42);
-  ASSERT_EQ(text.back(), '\n');
-  EXPECT_EQ(text.rfind(R"({"time":"2023-11-14T22:13:20.123Z","pid":42,"kind":"request",)", 0), 0u)
-      << text;
-  EXPECT_EQ(text.find('\n'), text.size() - 1);  // one line, whatever the request holds
-  rapidjson::Document parsed;
-  parsed.Parse(text.c_str());
-  ASSERT_TRUE(parsed.IsObject());
-  EXPECT_EQ(std::string(parsed["request"].GetString(), parsed["request"].GetStringLength()),
-            request);
-  EXPECT_TRUE(parsed["requestId"].IsNull());
-  EXPECT_EQ(parsed["result"].GetInt(), -5);
-  EXPECT_EQ(UtcTimeText(0), "1970-01-01T00:00:00.000Z");
-  EXPECT_EQ(UtcTimeText(951782400999), "2000-02-29T00:00:00.999Z");
 }
 
 std::string ReadScenarioFile(const std::string& name) {
