@@ -10,6 +10,9 @@
 #   untrusted         "Arvantis SRL" under a root the test prefix does not trust, RFC 3161
 #   tampered          the timestamped file with one byte changed after signing
 #   unsigned          the file as built
+# and for sample.dll alone, whose only use is to check the test bed's own answers:
+#   timestamp-broken          the timestamped file with its TSA's signature broken
+#   legacy-timestamp-broken   the legacy-timestamp file with its TSA's signature broken
 set -euo pipefail
 [ $# -ge 3 ] || { echo "usage: sign-variants.sh PKIDIR OUTROOT FILE..." >&2; exit 2; }
 pki=$1 outroot=$2
@@ -22,7 +25,7 @@ export TARN_TSA_CERT=$pki/cs-tsa-chain.pem TARN_TSA_KEY=$pki/cs-tsa.key
 trap '"$testbed" tsa-stop' EXIT
 
 variants=(timestamped legacy-timestamp untimestamped foreign capitals untrusted tampered unsigned)
-for v in "${variants[@]}"; do mkdir -p "$outroot/$v"; done
+for v in "${variants[@]}" timestamp-broken legacy-timestamp-broken; do mkdir -p "$outroot/$v"; done
 
 # FILE OFFSET: inverts one byte in place.
 flip() {
@@ -46,4 +49,13 @@ for file in "$@"; do
   cp "$outroot/timestamped/$name" "$outroot/tampered/$name"
   flip "$outroot/tampered/$name" 80
   cp "$file" "$outroot/unsigned/$name"
+  if [ "$name" = sample.dll ]; then
+    # The TSA's 256-byte RSA signature ends the signature block, and the block's padding is at
+    # most 7 bytes: 64 bytes before the end of the file is inside that signature.
+    for pair in timestamped:timestamp-broken legacy-timestamp:legacy-timestamp-broken; do
+      broken=$outroot/${pair#*:}/$name
+      cp "$outroot/${pair%%:*}/$name" "$broken"
+      flip "$broken" $(($(stat -c %s "$broken") - 64))
+    done
+  fi
 done
