@@ -76,9 +76,10 @@ cmd_prefix() {
   {
     printf 'Windows Registry Editor Version 5.00\r\n\r\n'
     # Three steps of WINTRUST_ACTION_GENERIC_VERIFY_V2 go through the wrapper; the rest stay Wine's.
+    local providers='HKEY_LOCAL_MACHINE\Software\Microsoft\Cryptography\Providers\Trust'
+    local action='{00AAC56B-CD44-11D0-8CC2-00C04FC295EE}'
     for step in Signature:TsprovLoadSignature FinalPolicy:TsprovFinalPolicy Cleanup:TsprovCleanup; do
-      printf '[HKEY_LOCAL_MACHINE\\Software\\Microsoft\\Cryptography\\Providers\\Trust\\%s\\%s]\r\n' \
-        "${step%%:*}" '{00AAC56B-CD44-11D0-8CC2-00C04FC295EE}'
+      printf '[%s\\%s\\%s]\r\n' "$providers" "${step%%:*}" "$action"
       printf '"$DLL"="C:\\\\testbed\\\\tsprov.dll"\r\n"$Function"="%s"\r\n\r\n' "${step#*:}"
     done
     # No winedbg on a crash: it would write its register dump into the program's stdout.

@@ -144,7 +144,8 @@ def main():
                             self.reply(200, "application/octet-stream", base64.b64encode(f.read()))
                 except (subprocess.CalledProcessError, ValueError, IndexError) as e:
                     error = getattr(e, "stderr", None) or str(e).encode()
-                    sys.stderr.write(f"tsserver: request failed: {error.decode(errors='replace')}\n")
+                    text = error.decode(errors="replace")
+                    sys.stderr.write(f"tsserver: request failed: {text}\n")
                     self.reply(500, "text/plain", error)
 
             def log_message(self, format, *arguments):
