@@ -1,8 +1,6 @@
 # Two commands for a newcomer: `make demo` and `make check`. Both install what is missing first.
 SHELL := /bin/bash
 TOP := $(abspath .)
-# The shared test-bed tools live beside the checkout.
-export TARN_SHARED ?= $(abspath $(TOP)/../shared)
 JOBS ?= $(shell nproc)
 
 .PHONY: all setup build build-windows build-native build-asan build-tsan demo check clean
@@ -15,8 +13,7 @@ setup:
 build: build-windows build-native build-asan build-tsan
 
 build-windows: setup
-	@cmake -S . -B build/windows -G Ninja -DCMAKE_TOOLCHAIN_FILE=$(TOP)/cmake/mingw-w64-x86_64.cmake \
-		-DTARN_SHARED=$(TARN_SHARED) >/dev/null
+	@cmake -S . -B build/windows -G Ninja -DCMAKE_TOOLCHAIN_FILE=$(TOP)/cmake/mingw-w64-x86_64.cmake >/dev/null
 	@ninja -C build/windows -j $(JOBS) | grep -v '^\[' || true; test $${PIPESTATUS[0]} -eq 0
 
 build-native: setup

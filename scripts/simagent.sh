@@ -9,7 +9,6 @@
 # wineserver: a persistent one is started when none runs.
 set -euo pipefail
 top=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)
-TARN_SHARED=${TARN_SHARED:-$top/../shared}
 PREFIX=${TARN_WINEPREFIX:-$top/build/wineprefix}
 BUILD=${TARN_WINDOWS_BUILD:-$top/build/windows}
 die() { echo "simagent: $*" >&2; exit 1; }
@@ -20,7 +19,7 @@ kit=$BUILD/sim
   die "no simulator in $BUILD (build it: ninja -C $BUILD sim_agent_kit)"
 
 if [ ! -f "$PREFIX/system.reg" ]; then
-  "$TARN_SHARED/winebed/winebed.sh" prefix "$PREFIX" || die "cannot create the prefix $PREFIX"
+  "$top/testbed/testbed.sh" prefix "$PREFIX" || die "cannot create the prefix $PREFIX"
 fi
 export WINEPREFIX=$PREFIX WINEARCH=win64 WINEDEBUG=${WINEDEBUG:--all}
 export WINEDLLOVERRIDES=${WINEDLLOVERRIDES:-mscoree,mshtml=}

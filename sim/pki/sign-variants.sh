@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
-# sign-variants.sh WINEBED PKIDIR OUTROOT FILE...: writes every FILE (a DLL or EXE) in each signed
-# variant to OUTROOT/<variant>/<file name>, using the test PKI in PKIDIR (make-pki.sh) and the
-# test bed's signing command WINEBED (winebed.sh). The variants:
+# sign-variants.sh PKIDIR OUTROOT FILE...: writes every FILE (a DLL or EXE) in each signed variant
+# to OUTROOT/<variant>/<file name>, using the test PKI in PKIDIR (make-pki.sh) and the test bed's
+# signing command (testbed/testbed.sh sign). The variants:
 #   timestamped       "Arvantis SRL", RFC 3161 time stamp
 #   legacy-timestamp  "Arvantis SRL", legacy Authenticode time stamp
 #   untimestamped     "Arvantis SRL", no time stamp
@@ -10,18 +10,22 @@
 #   untrusted         "Arvantis SRL" under a root the test prefix does not trust, RFC 3161
 #   tampered          the timestamped file with one byte changed after signing
 #   unsigned          the file as built
+# and for sample.dll alone, whose only use is to check the test bed's own answers:
+#   timestamp-broken          the timestamped file with its TSA's signature broken
+#   legacy-timestamp-broken   the legacy-timestamp file with its TSA's signature broken
 set -euo pipefail
-[ $# -ge 4 ] || { echo "usage: sign-variants.sh WINEBED PKIDIR OUTROOT FILE..." >&2; exit 2; }
-winebed=$1 pki=$2 outroot=$3
-shift 3
+[ $# -ge 3 ] || { echo "usage: sign-variants.sh PKIDIR OUTROOT FILE..." >&2; exit 2; }
+pki=$1 outroot=$2
+shift 2
+testbed=$(cd "$(dirname "${BASH_SOURCE[0]}")/../.." && pwd)/testbed/testbed.sh
 
-# The time-stamping server that winebed starts on first use is stopped again at the end, so a
-# build leaves nothing running.
-export WINEBED_TSA_CERT=$pki/cs-tsa-chain.pem WINEBED_TSA_KEY=$pki/cs-tsa.key
-trap '"$winebed" tsa-stop' EXIT
+# The time-stamping server that the test bed starts on first use is stopped again at the end, so
+# a build leaves nothing running.
+export TARN_TSA_CERT=$pki/cs-tsa-chain.pem TARN_TSA_KEY=$pki/cs-tsa.key
+trap '"$testbed" tsa-stop' EXIT
 
 variants=(timestamped legacy-timestamp untimestamped foreign capitals untrusted tampered unsigned)
-for v in "${variants[@]}"; do mkdir -p "$outroot/$v"; done
+for v in "${variants[@]}" timestamp-broken legacy-timestamp-broken; do mkdir -p "$outroot/$v"; done
 
 # FILE OFFSET: inverts one byte in place.
 flip() {
@@ -33,7 +37,7 @@ flip() {
 for file in "$@"; do
   name=$(basename "$file")
   sign() {  # VARIANT SIGNER TIMESTAMP
-    "$winebed" sign "$file" "$outroot/$1/$name" "$pki/$2-chain.pem" "$pki/$2.key" "$3"
+    "$testbed" sign "$file" "$outroot/$1/$name" "$pki/$2-chain.pem" "$pki/$2.key" "$3"
   }
   sign timestamped cs-signer rfc3161
   sign legacy-timestamp cs-signer legacy
@@ -45,4 +49,13 @@ for file in "$@"; do
   cp "$outroot/timestamped/$name" "$outroot/tampered/$name"
   flip "$outroot/tampered/$name" 80
   cp "$file" "$outroot/unsigned/$name"
+  if [ "$name" = sample.dll ]; then
+    # The TSA's 256-byte RSA signature ends the signature block, and the block's padding is at
+    # most 7 bytes: 64 bytes before the end of the file is inside that signature.
+    for pair in timestamped:timestamp-broken legacy-timestamp:legacy-timestamp-broken; do
+      broken=$outroot/${pair#*:}/$name
+      cp "$outroot/${pair%%:*}/$name" "$broken"
+      flip "$broken" $(($(stat -c %s "$broken") - 64))
+    done
+  fi
 done

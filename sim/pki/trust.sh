@@ -9,9 +9,7 @@
 set -euo pipefail
 prefix=${1:?usage: trust.sh PREFIX PKIDIR}
 pki=${2:?usage: trust.sh PREFIX PKIDIR}
-shared=${TARN_SHARED:-$(cd "$(dirname "${BASH_SOURCE[0]}")/../../.." && pwd)/shared}
-winebed=$shared/winebed/winebed.sh
-[ -x "$winebed" ] || { echo "trust.sh: missing $winebed (set TARN_SHARED)" >&2; exit 1; }
+testbed=$(cd "$(dirname "${BASH_SOURCE[0]}")/../.." && pwd)/testbed/testbed.sh
 
 roots=(cs-root auth-root)
 intermediates=(auth-ca auth-other-ca)
@@ -23,7 +21,7 @@ store_key() { echo "HKEY_LOCAL_MACHINE\\Software\\Microsoft\\SystemCertificates\
 # Little-endian 32-bit number as registry hex bytes.
 le32() { printf '%02x,%02x,%02x,%02x' $(($1 & 255)) $(($1 >> 8 & 255)) $(($1 >> 16 & 255)) $(($1 >> 24)); }
 
-for r in "${roots[@]}"; do "$winebed" trust-root "$prefix" "$pki/$r.pem"; done
+for r in "${roots[@]}"; do "$testbed" trust-root "$prefix" "$pki/$r.pem"; done
 
 declare -A wanted=()
 for r in "${roots[@]}"; do wanted["Root $(thumbprint "$r")"]=1; done

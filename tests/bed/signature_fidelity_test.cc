@@ -2,12 +2,14 @@
 // functions in the order and with the settings the tool's module signature check uses.
 //
 // The expected values below are the answers Windows gives for these files: the time stamp
-// (RFC 3161 or legacy) shows as a counter-signer of type SGNR_TYPE_TIMESTAMP, and a SHA-256
-// signature under a root the machine does not trust fails with CERT_E_UNTRUSTEDROOT. Wine 8.0
-// alone reports no counter-signers and passes the untrusted root; the test prefix answers as
-// Windows does because winebed registers its trust-provider wrapper (tsprov.dll) for the steps
-// of WINTRUST_ACTION_GENERIC_VERIFY_V2. A failure here therefore means the test bed no longer
-// behaves like Windows, and every signature test built on it would prove nothing.
+// (RFC 3161 or legacy) shows as a counter-signer of type SGNR_TYPE_TIMESTAMP, a broken TSA
+// signature fails with TRUST_E_TIME_STAMP, and a SHA-256 signature under a root the machine does
+// not trust fails with CERT_E_UNTRUSTEDROOT. Wine 8.0 alone reports no counter-signers and
+// passes the untrusted root; the test prefix answers as Windows does because testbed.sh
+// registers its trust-provider wrapper (testbed/tsprov.cc) for the steps of
+// WINTRUST_ACTION_GENERIC_VERIFY_V2. A failure here therefore means the test bed no longer
+// behaves like Windows (a Wine upgrade, a prefix set up without the wrapper), and every
+// signature test built on it would prove nothing.
 #include <windows.h>
 // clang-format off
 #include <softpub.h>
@@ -17,6 +19,7 @@
 
 #include <gtest/gtest.h>
 
+#include <iterator>
 #include <string>
 #include <vector>
 
@@ -79,7 +82,8 @@ TrustAnswer Verify(const std::wstring& path) {
   return answer;
 }
 
-enum class TimeStamp { kOne, kNone, kUnchecked };
+// kOne: one time stamp that verifies; kBroken: one that does not.
+enum class TimeStamp { kOne, kBroken, kNone, kUnchecked };
 
 struct VariantCase {
   const char* testName;
@@ -87,15 +91,22 @@ struct VariantCase {
   LONG result;
   TimeStamp timeStamp;
   const wchar_t* leafCommonName;  // null: not checked
+  bool sampleOnly = false;        // the build makes this variant of sample.dll alone
 };
 
 void PrintTo(const VariantCase& c, std::ostream* os) { *os << c.testName; }
+
+// The modules the build wrote in this variant.
+std::vector<const wchar_t*> ModulesOf(const VariantCase& c) {
+  if (c.sampleOnly) return {L"sample.dll"};
+  return {std::begin(kSignedModules), std::end(kSignedModules)};
+}
 
 class SignedVariantTest : public testing::TestWithParam<VariantCase> {};
 
 TEST_P(SignedVariantTest, AnswersAsWindows) {
   const VariantCase& c = GetParam();
-  for (const wchar_t* module : kSignedModules) {
+  for (const wchar_t* module : ModulesOf(c)) {
     const std::wstring path = std::wstring(kSignedDir) + L"\\" + c.variant + L"\\" + module;
     SCOPED_TRACE(testing::Message() << "file " << testing::PrintToString(path));
     ASSERT_NE(GetFileAttributesW(path.c_str()), INVALID_FILE_ATTRIBUTES);
@@ -105,11 +116,13 @@ TEST_P(SignedVariantTest, AnswersAsWindows) {
     EXPECT_EQ(answer.closeResult, 0);
     if (c.timeStamp != TimeStamp::kUnchecked) {
       ASSERT_TRUE(answer.hasSigner);
-      const size_t expected = c.timeStamp == TimeStamp::kOne ? 1 : 0;
+      const size_t expected = c.timeStamp == TimeStamp::kNone ? 0 : 1;
+      const DWORD expectedError =
+          c.timeStamp == TimeStamp::kBroken ? static_cast<DWORD>(TRUST_E_TIME_STAMP) : 0;
       ASSERT_EQ(answer.counterSigners.size(), expected);
       for (const CounterSigner& counter : answer.counterSigners) {
         EXPECT_EQ(counter.type, static_cast<DWORD>(SGNR_TYPE_TIMESTAMP));
-        EXPECT_EQ(counter.error, 0u);
+        EXPECT_EQ(counter.error, expectedError);
       }
     }
     if (c.leafCommonName) {
@@ -129,7 +142,12 @@ INSTANTIATE_TEST_SUITE_P(
         VariantCase{"Untrusted", L"untrusted", CERT_E_UNTRUSTEDROOT, TimeStamp::kUnchecked,
                     nullptr},
         VariantCase{"Unsigned", L"unsigned", TRUST_E_NOSIGNATURE, TimeStamp::kUnchecked, nullptr},
-        VariantCase{"Tampered", L"tampered", TRUST_E_BAD_DIGEST, TimeStamp::kUnchecked, nullptr}),
+        VariantCase{"Tampered", L"tampered", TRUST_E_BAD_DIGEST, TimeStamp::kUnchecked, nullptr},
+        // One byte of the TSA's RSA signature inverted: the file's own signature still holds.
+        VariantCase{"TimestampBroken", L"timestamp-broken", TRUST_E_TIME_STAMP, TimeStamp::kBroken,
+                    L"Arvantis SRL", true},
+        VariantCase{"LegacyTimestampBroken", L"legacy-timestamp-broken", TRUST_E_TIME_STAMP,
+                    TimeStamp::kBroken, L"Arvantis SRL", true}),
     [](const testing::TestParamInfo<VariantCase>& info) { return info.param.testName; });
 
 }  // namespace

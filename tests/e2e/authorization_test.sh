@@ -26,7 +26,7 @@ trap 'rm -rf "$work" "$dir"' EXIT
 code= out=
 tool() {  # runs the tool; sets $code and $out
   rm -f "$work/code"
-  out=$(WRUN_EXITFILE="Z:$work/code" "$top/tools/wine-exec.sh" 'C:\winebed\wrun.exe' \
+  out=$(WRUN_EXITFILE="Z:$work/code" "$top/tools/wine-exec.sh" 'C:\testbed\wrun.exe' \
         'C:\tarn-auth-test\tarn-rmm.exe' "$@" 2>/dev/null)
   code=$(cat "$work/code" 2>/dev/null || echo none)
 }
