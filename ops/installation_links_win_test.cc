@@ -1,5 +1,5 @@
-// The library's path through the operation up to the call, with the signature check's answer
-// chosen by the test. The calls themselves are tested end to end against the simulated kv.dll.
+// The two outcomes before the call that a real kv.dll cannot produce end to end: a check that
+// returns 0 for a file it does not accept, and a file that passes but is no library.
 #include <gtest/gtest.h>
 #include <windows.h>
 
@@ -20,18 +20,8 @@ uint32_t NotValidWithoutCode(bool& isValid, const std::wstring&, const std::wstr
   isValid = false;
   return 0;
 }
-uint32_t ForeignSigner(bool& isValid, const std::wstring&, const std::wstring&, Logger*) {
-  isValid = false;
-  return 1168;
-}
 
-std::wstring SystemLibrary() {
-  wchar_t directory[MAX_PATH];
-  const UINT length = GetSystemDirectoryW(directory, MAX_PATH);
-  return std::wstring(directory, length) + L"\\kernel32.dll";
-}
-
-TEST(InstallationLinksWinTest, EachStepBeforeTheCallEndsWithItsCode) {
+TEST(InstallationLinksWinTest, StepsBeforeTheCallEndWithTheirCode) {
   const std::filesystem::path notALibrary =
       std::filesystem::temp_directory_path() / "tarn-links-not-a-library.dll";
   std::ofstream(notALibrary) << "not a library";
@@ -42,11 +32,6 @@ TEST(InstallationLinksWinTest, EachStepBeforeTheCallEndsWithItsCode) {
     uint32_t result;
     std::vector<std::string> tail;  // the last log lines
   } cases[] = {
-      {"check fails",
-       L"C:\\absent\\kv.dll",
-       ForeignSigner,
-       1168,
-       {"Failed to validate kv.dll. Error code: 1168"}},
       {"check returns 0 for an invalid file",
        L"C:\\absent\\kv.dll",
        NotValidWithoutCode,
@@ -58,11 +43,6 @@ TEST(InstallationLinksWinTest, EachStepBeforeTheCallEndsWithItsCode) {
        ERROR_BAD_EXE_FORMAT,
        {"Library not found. Loading with altered search path",
         "Library not found. Failed with error: 193"}},
-      {"library without the export",
-       SystemLibrary(),
-       PassesCheck,
-       ERROR_PROC_NOT_FOUND,
-       {"Set the \"GetInstallationLinks\" handle", "Handle not found: Failed with error127"}},
   };
   for (const auto& c : cases) {
     std::string links = "stale";
@@ -72,8 +52,7 @@ TEST(InstallationLinksWinTest, EachStepBeforeTheCallEndsWithItsCode) {
     });
     EXPECT_EQ(result, c.result) << c.name;
     EXPECT_EQ(links, "") << c.name;
-    ASSERT_GE(log.size(), c.tail.size() + 1) << c.name;
-    EXPECT_EQ(log.front(), "Searching for \"kv.dll\"") << c.name;
+    ASSERT_GE(log.size(), c.tail.size()) << c.name;
     EXPECT_EQ(std::vector<std::string>(log.end() - c.tail.size(), log.end()), c.tail) << c.name;
   }
   std::filesystem::remove(notALibrary);
