@@ -5,6 +5,7 @@
 #include "agent/sdk_requests.h"
 #include "agent/sdk_session.h"
 #include "agent/service_probes.h"
+#include "base/file_hold.h"
 #include "base/log.h"
 #include "base/result_codes.h"
 #include "base/text.h"
@@ -26,14 +27,6 @@ struct DllDirectoryReset {
   if (FAILED(CoCreateGuid(&guid))) return GetLastError();
   requestId = FormatRequestId(guid.Data1, guid.Data2, guid.Data3, guid.Data4);
   return 0;
-}
-
-// Keeps the module file open without write or delete sharing from the signature check until it
-// is loaded, so that nothing can replace it in between. If it cannot be held the check and the
-// load still run and give their own answers.
-UniqueFileHandle HoldModuleFile(const std::wstring& path) {
-  return UniqueFileHandle(CreateFileW(path.c_str(), GENERIC_READ, FILE_SHARE_READ, nullptr,
-                                      OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL, nullptr));
 }
 
 // Steps from the load to the unload; the caller logs the session's end after everything is
@@ -110,11 +103,13 @@ uint32_t ExecuteSdkMethod(rapidjson::Document& reply, int32_t& apiError, int64_t
   const std::wstring libraryPath = DirectoryOf(imagePath) + L"\\oxsdk.dll";
 
   WriteLog(log, L"Validate " + libraryPath + L" binary");
-  UniqueFileHandle held = HoldModuleFile(libraryPath);
+  // Held from before the check until it is loaded, so that the file loaded is the file checked.
+  UniqueFileHandle held;
   bool isValid = false;
+  uint32_t status = HoldFileAgainstChanges(libraryPath, held);
   // Without a check nothing is proven: the library counts as not valid.
-  if (const uint32_t status = moduleCheck != nullptr ? moduleCheck(isValid, libraryPath, log) : 0;
-      status != 0) {
+  if (status == 0 && moduleCheck != nullptr) status = moduleCheck(isValid, libraryPath, log);
+  if (status != 0) {
     WriteLog(log, L"Failed to validate binary. Error code : " + std::to_wstring(status));
     return status;
   }

@@ -1,6 +1,7 @@
 #include "app/command_table.h"
 
 #include "app/challenge_handler.h"
+#include "app/feature_handlers.h"
 #include "app/status_handlers.h"
 #include "app/system_handlers.h"
 #include "ops/product_status.h"
@@ -13,6 +14,7 @@ const CommandBinding kBindings[] = {
     {Command::kCheckIfRebootRequired, AnswerRebootRequired},
     {Command::kCheckIfLegacyVersion, AnswerLegacyWindows},
     {Command::kCheckIs64BitOs, AnswerIs64BitOs},
+    {Command::kGetInstallationLink, AnswerInstallationLinks},
     {Command::kCheckForUpdateErrors, GetUpdateErrors},
     {Command::kGetUpdateStatus, AnswerUpdateStatus},
     {Command::kHasCriticalIssues, GetCriticalIssues},
@@ -22,6 +24,7 @@ const CommandBinding kBindings[] = {
     {Command::kGetLastUpdate, GetLastUpdateTime},
     {Command::kGetFeatureStatus, GetFeatureStatus},
     {Command::kGetVersion, AnswerToolVersion},
+    {Command::kEditFeatures, AnswerEditFeatures},
     {Command::kGetChallenge, AnswerChallenge},
 };
 

@@ -46,3 +46,17 @@ cp "$here"/corpus/auth_message/issued-*.der "$here"/corpus/time_message/issued-*
 printf '\x30\x80\x30\x80\x02\x01\x05\x00\x00\x00\x00' >"$here/corpus/ber_reader/nested-indefinite"
 printf '\x04\x88\xff\xff\xff\xff\xff\xff\xff\xf5' >"$here/corpus/ber_reader/largest-length"
 printf '\x1f\x01\x00\xdf\x00' >"$here/corpus/ber_reader/tag-31"
+
+# The feature argument walk: the first byte picks the agent's answer (odd: 1460), every other byte
+# one argument (feature_arguments_fuzzer.cc, Tokens(): 0-20 the feature ids in list order, 21 -add,
+# 22 -ADD, 23 -remove, 24 -Remove, 25 -set, 26 -SeT, 27 firewall, 28 empty, 29 -other).
+features=$here/corpus/feature_arguments
+mkdir -p "$features"
+printf '\x00\x15\x03' >"$features/add-firewall"
+printf '\x00\x19\x00\x03' >"$features/set-two"
+printf '\x01\x16\x03\x10\x18\x0a' >"$features/mixed-failing"
+printf '\x00\x15\x1b' >"$features/lower-case-id"
+printf '\x00\x15\x03\x17\x03' >"$features/id-twice"
+printf '\x00\x03\x15\x10' >"$features/id-before-word"
+printf '\x00\x15\x17\x03' >"$features/empty-group"
+printf '\x00\x19\x00\x15\x03' >"$features/set-and-add"

@@ -62,6 +62,18 @@ simagent scenario unresponsive
 run -getproductversion
 
 echo
+echo "== installation links from the console library kv.dll beside the tool"
+simagent copy kv timestamped 'C:\tarn-rmm\kv.dll'
+run -getinstallationlink -kvUrl https://console.example -apiKey 5f2c -packageName Workstations
+simagent copy kv unsigned 'C:\tarn-rmm\kv.dll'
+run -getinstallationlink -kvUrl https://console.example -apiKey 5f2c -packageName Workstations
+rm -f "$install_dir/kv.dll" "$install_dir/kv.calls.jsonl"
+
+echo
+echo "== feature editing runs only under an authorization (tools/auth-issuer makes test ones)"
+run -editfeatures -add Firewall
+
+echo
 echo "== mistakes"
 run -getproductversion unexpected-argument
 run -getupdatestatus

@@ -1,0 +1,48 @@
+#include <gtest/gtest.h>
+
+#include <filesystem>
+#include <fstream>
+#include <random>
+
+#include "base/file_hold.h"
+
+namespace tarn {
+namespace {
+
+class FileHoldTest : public ::testing::Test {
+ protected:
+  void SetUp() override {
+    path_ = std::filesystem::temp_directory_path() /
+            ("tarn-hold-" + std::to_string(std::random_device{}()) + ".dll");
+    std::ofstream(path_) << "module";
+  }
+  void TearDown() override { std::filesystem::remove(path_); }
+
+  UniqueFileHandle Open(DWORD access, DWORD share) const {
+    return UniqueFileHandle(CreateFileW(path_.c_str(), access, share, nullptr, OPEN_EXISTING,
+                                        FILE_ATTRIBUTE_NORMAL, nullptr));
+  }
+
+  std::filesystem::path path_;
+};
+
+TEST_F(FileHoldTest, HeldFileCanBeReadButNotChanged) {
+  UniqueFileHandle held;
+  ASSERT_EQ(HoldFileAgainstChanges(path_.wstring(), held), 0u);
+  ASSERT_TRUE(held);
+
+  EXPECT_TRUE(Open(GENERIC_READ, FILE_SHARE_READ));
+  EXPECT_FALSE(Open(GENERIC_WRITE, FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE));
+  EXPECT_EQ(GetLastError(), static_cast<DWORD>(ERROR_SHARING_VIOLATION));
+  EXPECT_FALSE(DeleteFileW(path_.c_str()));
+  const std::wstring moved = path_.wstring() + L".moved";
+  EXPECT_FALSE(MoveFileW(path_.c_str(), moved.c_str()));
+
+  held.reset();
+  EXPECT_TRUE(Open(GENERIC_WRITE, FILE_SHARE_READ));
+}
+
+// The refusal of a file open for writing is tested end to end (installation links).
+
+}  // namespace
+}  // namespace tarn
