@@ -1,6 +1,6 @@
 #include <windows.h>
-#include <objbase.h>
 
+#include "agent/agent_platform.h"
 #include "agent/sdk_exchange.h"
 #include "agent/sdk_requests.h"
 #include "agent/sdk_session.h"
@@ -19,14 +19,6 @@ ModuleCheck moduleCheck = nullptr;
 struct DllDirectoryReset {
   ~DllDirectoryReset() { SetDllDirectoryW(nullptr); }
 };
-
-/// 0, or the last error when no GUID could be made; `requestId` untouched then.
-[[nodiscard]] uint32_t CreateRequestId(std::string& requestId) {
-  GUID guid;
-  if (FAILED(CoCreateGuid(&guid))) return GetLastError();
-  requestId = FormatRequestId(guid.Data1, guid.Data2, guid.Data3, guid.Data4);
-  return 0;
-}
 
 // Keeps the module file open without write or delete sharing from the signature check until it
 // is loaded, so that nothing can replace it in between. If it cannot be held the check and the
@@ -124,7 +116,7 @@ uint32_t ExecuteSdkMethod(rapidjson::Document& reply, int32_t& apiError, int64_t
   }
   WriteLog(log, L"Binary is valid");
 
-  const SdkExchange exchange{methodKey, explicitRequest, commandName, CreateRequestId};
+  const SdkExchange exchange{methodKey, explicitRequest, commandName, CreateGuidText};
   bool completed = false;
   const uint32_t result = LoadAndExchange(libraryPath, std::move(held), exchange, reply, apiError,
                                           endpointSdkError, completed, log);
