@@ -5,6 +5,7 @@
 #include <array>
 
 #include "agent/endpoint_identity.h"
+#include "agent/file_probes.h"
 #include "agent/sdk_session.h"
 #include "base/log.h"
 #include "base/result_codes.h"
@@ -14,30 +15,11 @@ namespace tarn {
 namespace {
 
 constexpr size_t kMarkBytes = 5;  // the longest mark, "+/v8-"
-constexpr DWORD kReadChunk = 64 * 1024;
 
 // Opened as the agent's own readers open it: read access, others may read too.
 UniqueFileHandle OpenForReading(const std::wstring& path) {
   return UniqueFileHandle(CreateFileW(path.c_str(), GENERIC_READ, FILE_SHARE_READ, nullptr,
                                       OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL, nullptr));
-}
-
-/// Returns 0 or the system error; `bytes` is untouched on failure.
-[[nodiscard]] uint32_t ReadWholeFile(const std::wstring& path, std::string& bytes) {
-  const UniqueFileHandle file = OpenForReading(path);
-  if (!file) return LastErrorOr(ERROR_GEN_FAILURE);
-  std::string content;
-  std::array<char, kReadChunk> chunk;
-  for (;;) {
-    DWORD read = 0;
-    if (!ReadFile(file.get(), chunk.data(), kReadChunk, &read, nullptr)) {
-      return LastErrorOr(ERROR_GEN_FAILURE);
-    }
-    if (read == 0) break;
-    content.append(chunk.data(), read);
-  }
-  bytes = std::move(content);
-  return 0;
 }
 
 }  // namespace

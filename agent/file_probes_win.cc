@@ -1,5 +1,6 @@
 #include <windows.h>
 
+#include <array>
 #include <cstdio>
 #include <memory>
 #include <new>
@@ -8,8 +9,38 @@
 #include "base/log.h"
 #include "base/result_codes.h"
 #include "base/text.h"
+#include "base/win_handles.h"
 
 namespace tarn {
+namespace {
+
+constexpr DWORD kReadChunk = 64 * 1024;
+
+}  // namespace
+
+uint32_t ReadWholeFile(const std::wstring& path, std::string& bytes) {
+  // The agent may still be writing the file (a log of a scan under way): let it.
+  const UniqueFileHandle file(CreateFileW(path.c_str(), GENERIC_READ,
+                                          FILE_SHARE_READ | FILE_SHARE_WRITE, nullptr,
+                                          OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL, nullptr));
+  if (!file) return LastErrorOr(ERROR_GEN_FAILURE);
+  std::string content;
+  std::array<char, kReadChunk> chunk;
+  try {
+    for (;;) {
+      DWORD read = 0;
+      if (!ReadFile(file.get(), chunk.data(), kReadChunk, &read, nullptr)) {
+        return LastErrorOr(ERROR_GEN_FAILURE);
+      }
+      if (read == 0) break;
+      content.append(chunk.data(), read);
+    }
+  } catch (const std::bad_alloc&) {
+    return kErrorNotEnoughMemory;
+  }
+  bytes = std::move(content);
+  return 0;
+}
 
 uint32_t FileExists(const std::wstring& path, Logger* log) {
   WriteLog(log, L"Check for file existence: " + path);
@@ -28,8 +59,8 @@ uint32_t GetFileVersionString(const std::wstring& path, std::string& versionText
   const DWORD size = GetFileVersionInfoSizeW(path.c_str(), &handle);
   if (size == 0) {
     const DWORD error = GetLastError();
-    WriteLog(log, L"Failed to retrieve file version info size. Error code: " +
-                      std::to_wstring(error));
+    WriteLog(log,
+             L"Failed to retrieve file version info size. Error code: " + std::to_wstring(error));
     return error;
   }
   std::unique_ptr<BYTE[]> buffer(new (std::nothrow) BYTE[size]);

@@ -84,6 +84,7 @@ uint32_t RunSdkExchange(SdkInstance& instance, const SdkExchange& exchange,
     std::lock_guard<std::mutex> lock(SessionState.mutex);
     std::strncpy(SessionState.requestId, requestId.c_str(), sizeof SessionState.requestId - 1);
     SessionState.replyReceived.exchange(false);
+    SessionState.replyTaken = false;
     SessionState.reply.clear();
   }
   // Not under the mutex: a library may answer from inside Run.
@@ -111,10 +112,12 @@ uint32_t RunSdkExchange(SdkInstance& instance, const SdkExchange& exchange,
   {
     std::lock_guard<std::mutex> lock(SessionState.mutex);
     replyText = SessionState.reply;
+    SessionState.replyTaken = SessionState.replyReceived.load();
   }
   const uint32_t result =
       ParseSdkReply(replyText, exchange.methodKey, reply, endpointSdkError, log);
-  endpointSdkError = WaitProcessOnProduct(endpointSdkError, exchange.commandName, log);
+  endpointSdkError =
+      WaitProcessOnProduct(endpointSdkError, exchange.commandName, log, exchange.productTimeout);
   unregister(kUnregistered);
   completed = true;
   return result;

@@ -25,8 +25,9 @@ struct SdkExchange {
   const std::wstring& explicitRequest;  // empty: the method's template
   const std::wstring& commandName;      // chooses the reply wait
   RequestIdMaker makeRequestId;
-  // Replaces the per-command reply wait when set (tests use short waits).
+  // Replace the per-command reply and product waits when set (tests use short waits).
   std::chrono::milliseconds replyTimeout{-1};
+  std::chrono::milliseconds productTimeout{-1};
 };
 
 // Runs the exchange on `instance`. `apiError` receives the last SDK call's result,

@@ -19,6 +19,9 @@ struct SdkSessionState {
   std::condition_variable changed;
   std::string reply;                      // guarded by mutex
   std::atomic<bool> replyReceived{false};
+  // Whether the session's wait ended with the reply in hand (a reply may still arrive after it
+  // has read the buffer); guarded by mutex.
+  bool replyTaken = false;
   std::atomic<bool> waitFinished{false};  // once set, events are dropped and waiters leave
   std::atomic<bool> productEventSeen{false};
   std::deque<std::pair<std::string, std::string>> events;  // (name, payload); guarded by mutex

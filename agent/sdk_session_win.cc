@@ -1,6 +1,6 @@
 #include <windows.h>
-#include <objbase.h>
 
+#include "agent/agent_platform.h"
 #include "agent/sdk_exchange.h"
 #include "agent/sdk_requests.h"
 #include "agent/sdk_session.h"
@@ -20,14 +20,6 @@ ModuleCheck moduleCheck = nullptr;
 struct DllDirectoryReset {
   ~DllDirectoryReset() { SetDllDirectoryW(nullptr); }
 };
-
-/// 0, or the last error when no GUID could be made; `requestId` untouched then.
-[[nodiscard]] uint32_t CreateRequestId(std::string& requestId) {
-  GUID guid;
-  if (FAILED(CoCreateGuid(&guid))) return GetLastError();
-  requestId = FormatRequestId(guid.Data1, guid.Data2, guid.Data3, guid.Data4);
-  return 0;
-}
 
 // Steps from the load to the unload; the caller logs the session's end after everything is
 // released. `completed` tells whether the exchange ran to its regular end.
@@ -119,7 +111,7 @@ uint32_t ExecuteSdkMethod(rapidjson::Document& reply, int32_t& apiError, int64_t
   }
   WriteLog(log, L"Binary is valid");
 
-  const SdkExchange exchange{methodKey, explicitRequest, commandName, CreateRequestId};
+  const SdkExchange exchange{methodKey, explicitRequest, commandName, CreateGuidText};
   bool completed = false;
   const uint32_t result = LoadAndExchange(libraryPath, std::move(held), exchange, reply, apiError,
                                           endpointSdkError, completed, log);

@@ -48,6 +48,8 @@ inline constexpr uint32_t kResultRebootRequired = 3017;
 // A module's signature without a time stamp, or without any counter-signer.
 inline constexpr uint32_t kErrorNoTimestampSigner = 4316;
 inline constexpr uint32_t kErrorNoCounterSigners = 5007;
+// The agent reported that an on-demand scan failed to start.
+inline constexpr uint32_t kResultScanFailed = 5023;
 // The preset answer of uninstall.
 inline constexpr uint32_t kResultUninstallPreset = 16010;
 // Authorization messages: a wrong tag, a wrong number of children, empty contents.
