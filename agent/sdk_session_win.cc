@@ -5,6 +5,7 @@
 #include "agent/sdk_requests.h"
 #include "agent/sdk_session.h"
 #include "agent/service_probes.h"
+#include "base/file_hold.h"
 #include "base/log.h"
 #include "base/result_codes.h"
 #include "base/text.h"
@@ -28,18 +29,10 @@ struct DllDirectoryReset {
   return 0;
 }
 
-// Keeps the module file open without write or delete sharing from the signature check until it
-// is loaded, so that nothing can replace it in between. If it cannot be held the check and the
-// load still run and give their own answers.
-UniqueFileHandle HoldModuleFile(const std::wstring& path) {
-  return UniqueFileHandle(CreateFileW(path.c_str(), GENERIC_READ, FILE_SHARE_READ, nullptr,
-                                      OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL, nullptr));
-}
-
 // Steps from the load to the unload; the caller logs the session's end after everything is
 // released. `completed` tells whether the exchange ran to its regular end.
 /// The load's or export lookup's last error, 775, or the exchange's result.
-[[nodiscard]] uint32_t LoadAndExchange(const std::wstring& libraryPath, UniqueFileHandle held,
+[[nodiscard]] uint32_t LoadAndExchange(const std::wstring& libraryPath, FileHold held,
                                        const SdkExchange& exchange, rapidjson::Document& reply,
                                        int32_t& apiError, int64_t& endpointSdkError,
                                        bool& completed, Logger* log) {
@@ -110,7 +103,10 @@ uint32_t ExecuteSdkMethod(rapidjson::Document& reply, int32_t& apiError, int64_t
   const std::wstring libraryPath = DirectoryOf(imagePath) + L"\\oxsdk.dll";
 
   WriteLog(log, L"Validate " + libraryPath + L" binary");
-  UniqueFileHandle held = HoldModuleFile(libraryPath);
+  // Held from the signature check until the library is loaded, so nothing can replace it in
+  // between. If it cannot be held the check and the load still run and give their own answers.
+  FileHold held;
+  static_cast<void>(HoldFileForUse(libraryPath, held));
   bool isValid = false;
   // Without a check nothing is proven: the library counts as not valid.
   if (const uint32_t status = moduleCheck != nullptr ? moduleCheck(isValid, libraryPath, log) : 0;
