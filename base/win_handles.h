@@ -54,6 +54,15 @@ struct File {  // INVALID_HANDLE_VALUE is not a constant expression
   }
 };
 
+struct Find {  // FindFirstFileW's handle: INVALID_HANDLE_VALUE for none, closed by FindClose
+  using Type = HANDLE;
+  static Type Invalid() noexcept { return INVALID_HANDLE_VALUE; }
+  static void Close(Type value) noexcept {
+    LastErrorKeeper keep;
+    FindClose(value);
+  }
+};
+
 inline void CloseBcryptAlgorithm(BCRYPT_ALG_HANDLE h) { BCryptCloseAlgorithmProvider(h, 0); }
 inline void CloseCertStore(HCERTSTORE h) { CertCloseStore(h, 0); }
 
@@ -63,6 +72,8 @@ inline void CloseCertStore(HCERTSTORE h) { CertCloseStore(h, 0); }
 using UniqueKernelHandle = UniqueHandle<handle_traits::Traits<HANDLE, nullptr, CloseHandle>>;
 // File handles, whose "none" is INVALID_HANDLE_VALUE.
 using UniqueFileHandle = UniqueHandle<handle_traits::File>;
+// Folder enumerations.
+using UniqueFindHandle = UniqueHandle<handle_traits::Find>;
 using UniqueHkey = UniqueHandle<handle_traits::Traits<HKEY, nullptr, RegCloseKey>>;
 using UniqueHmodule = UniqueHandle<handle_traits::Traits<HMODULE, nullptr, FreeLibrary>>;
 using UniqueScHandle = UniqueHandle<handle_traits::Traits<SC_HANDLE, nullptr, CloseServiceHandle>>;
