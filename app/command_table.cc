@@ -1,6 +1,7 @@
 #include "app/command_table.h"
 
 #include "app/challenge_handler.h"
+#include "app/lifecycle_handlers.h"
 #include "app/status_handlers.h"
 #include "app/system_handlers.h"
 #include "ops/product_status.h"
@@ -10,6 +11,10 @@ namespace tarn {
 namespace {
 
 const CommandBinding kBindings[] = {
+    {Command::kUninstall, nullptr, HandleUninstall},
+    {Command::kDetect, nullptr, HandleDetect},
+    {Command::kRunSetupDownloader, AnswerRunSetupDownloader},
+    {Command::kRunInstaller, AnswerRunInstaller},
     {Command::kCheckIfRebootRequired, AnswerRebootRequired},
     {Command::kCheckIfLegacyVersion, AnswerLegacyWindows},
     {Command::kCheckIs64BitOs, AnswerIs64BitOs},
