@@ -3,7 +3,7 @@
 #include <vector>
 
 #include "agent/process_runner.h"
-#include "app/log.h"
+#include "base/log.h"
 #include "base/win_handles.h"
 
 namespace tarn {

@@ -1,7 +1,7 @@
 #include "ops/detect.h"
 
-#include "agent/probes.h"
-#include "app/log.h"
+#include "agent/service_probes.h"
+#include "base/log.h"
 #include "base/result_codes.h"
 #include "base/text.h"
 
@@ -45,7 +45,7 @@ uint32_t Detect(const LifecycleSystem& system, bool rebootFlag, std::string& ans
 
   // A stopped agent cannot answer: it is not asked, and its fields are then not gathered.
   WriteLog(log, L"Retrieving endpoint information");
-  const std::wstring folder = AgentFolderOf(imagePath);
+  const std::wstring folder = DirectoryOf(imagePath);
   EndpointFields fields;
   uint32_t code =
       GatherEndpointFields(system, folder + L"\\oxagng\\oxagng.jso", running, fields, log);

@@ -1,6 +1,6 @@
 #include "ops/install.h"
 
-#include "app/log.h"
+#include "base/log.h"
 #include "auth/module_signature.h"
 #include "base/result_codes.h"
 #include "base/text.h"

@@ -6,7 +6,7 @@
 #include <fstream>
 #include <iterator>
 
-#include "app/log.h"
+#include "base/log.h"
 #include "base/result_codes.h"
 #include "base/text.h"
 

@@ -7,7 +7,7 @@
 #include <fstream>
 #include <iterator>
 
-#include "app/test_log_capture.h"
+#include "base/test_log_capture.h"
 #include "base/result_codes.h"
 
 namespace tarn {

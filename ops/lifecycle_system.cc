@@ -2,10 +2,6 @@
 
 namespace tarn {
 
-std::wstring AgentFolderOf(const std::wstring& imagePath) {
-  return imagePath.substr(0, imagePath.rfind(L'\\'));
-}
-
 std::string LifecycleAnswer(uint32_t code, const std::string& endpoint) {
   return std::to_string(code) + "|||" + endpoint;
 }

@@ -64,9 +64,6 @@ struct LifecycleSystem {
 // The machine the tool runs on (Windows only).
 const LifecycleSystem& WindowsLifecycleSystem();
 
-// The agent's installation folder: the security service's image path up to its last backslash.
-std::wstring AgentFolderOf(const std::wstring& imagePath);
-
 // The answer of uninstall and install steps: the code in decimal, "|||", then `endpoint`.
 std::string LifecycleAnswer(uint32_t code, const std::string& endpoint = "");
 

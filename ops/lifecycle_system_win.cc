@@ -3,7 +3,8 @@
 #include <windows.h>
 
 #include "agent/endpoint_identity.h"
-#include "agent/probes.h"
+#include "agent/service_probes.h"
+#include "agent/system_probes.h"
 #include "agent/process_runner.h"
 #include "agent/sdk_session.h"
 #include "auth/module_signature.h"

@@ -6,7 +6,7 @@
 #include <fstream>
 #include <map>
 
-#include "app/test_log_capture.h"
+#include "base/test_log_capture.h"
 #include "base/result_codes.h"
 #include "ops/detect.h"
 #include "ops/install.h"

@@ -2,9 +2,10 @@
 
 #include <vector>
 
-#include "agent/probes.h"
-#include "app/log.h"
+#include "agent/service_probes.h"
+#include "base/log.h"
 #include "base/result_codes.h"
+#include "base/text.h"
 
 namespace tarn {
 namespace {
@@ -44,7 +45,7 @@ uint32_t UninstallWithInstaller(const LifecycleSystem& system, const std::wstrin
     return code;
   }
   WriteLog(log, L"Retrieved TARN Service Image Path");
-  const std::wstring folder = AgentFolderOf(imagePath);
+  const std::wstring folder = DirectoryOf(imagePath);
   const std::wstring configPath = folder + L"\\oxag\\oxag.jso";
   const std::wstring setupFolder = folder + L"\\EndpointSetupInformation";
   const std::wstring setupPattern = setupFolder + L"\\*";
@@ -106,7 +107,7 @@ uint32_t UninstallWithSdk(const LifecycleSystem& system, std::string& answer, Lo
     }
     return LogFailure(log, L"Failed to get TARN Service image path. Error code: ", code);
   }
-  const std::wstring folder = AgentFolderOf(imagePath);
+  const std::wstring folder = DirectoryOf(imagePath);
 
   WriteLog(log, L"Search for running services");
   const bool running = system.waitForAgentServices(log);
