@@ -1,6 +1,7 @@
 #include <windows.h>
 
 #include "base/file_hold.h"
+#include "base/win_handles.h"
 
 namespace tarn {
 namespace {
@@ -17,7 +18,7 @@ uint32_t HoldFileForUse(const std::wstring& path, FileHold& hold) {
   // Readers (the signature check, the loader, the process creation) may still open it.
   const HANDLE file = CreateFileW(path.c_str(), GENERIC_READ, FILE_SHARE_READ, nullptr,
                                   OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL, nullptr);
-  if (file == INVALID_HANDLE_VALUE) return GetLastError();
+  if (file == INVALID_HANDLE_VALUE) return LastErrorOr(ERROR_GEN_FAILURE);
   hold = FileHold(file, CloseHeldFile);
   return 0;
 }

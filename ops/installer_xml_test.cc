@@ -120,14 +120,14 @@ TEST_F(InstallerXmlTest, RefusedEditsLeaveTheFileAsItWas) {
       {"empty", "", kFeatures, kErrorInvalidData, "Invalid XML file"},
       {"unclosed", "<config><features>", kFeatures, kErrorInvalidData, "Invalid XML file"},
       {"other root", "<configuration><forceResumeAfterReboot/></configuration>", kResume,
-       kErrorNotFound, "Cannot find \"config\" node in XML"},
+       kErrorInvalidData, "Cannot find \"config\" node in XML"},
       {"no resume node", "<config><other><forceResumeAfterReboot/></other></config>", kResume,
-       kErrorNotFound, "Cannot find the node"},
-      {"no features", "<config><feature action=\"1\"/></config>", kFeatures, kErrorNotFound,
+       kErrorInvalidData, "Cannot find the node"},
+      {"no features", "<config><feature action=\"1\"/></config>", kFeatures, kErrorInvalidData,
        "Cannot find \"features\" node in XML"},
       {"a feature without action",
        "<config><features><feature action=\"1\"/><feature Action=\"1\"/></features></config>",
-       kFeatures, kErrorNotFound,
+       kFeatures, kErrorInvalidData,
        "Cannot find \"action\" attribute for one or more features nodes"},
   };
   for (const auto& c : cases) {

@@ -20,7 +20,7 @@ uint32_t FileAttributes(const std::wstring& path) { return GetFileAttributesW(pa
 uint32_t ListFolder(const std::wstring& pattern, std::vector<FolderEntry>& entries) {
   WIN32_FIND_DATAW found{};
   UniqueFindHandle find(FindFirstFileW(pattern.c_str(), &found));
-  if (!find) return GetLastError();
+  if (!find) return LastErrorOr(ERROR_PATH_NOT_FOUND);
   std::vector<FolderEntry> listed;
   do {
     listed.push_back({found.cFileName, (found.dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY) != 0});
@@ -39,7 +39,7 @@ std::wstring WindowsDirectory() {
 uint32_t MoveFileReplacing(const std::wstring& from, const std::wstring& to) {
   return MoveFileExW(from.c_str(), to.c_str(), MOVEFILE_REPLACE_EXISTING | MOVEFILE_COPY_ALLOWED)
              ? 0
-             : GetLastError();
+             : LastErrorOr(ERROR_GEN_FAILURE);
 }
 
 LifecycleSystem MakeWindowsLifecycleSystem() {

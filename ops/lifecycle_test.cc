@@ -282,7 +282,7 @@ TEST_F(InstallCommandTest, EditsTheXmlThenRunsTheInstaller) {
   EXPECT_EQ(machine_.runs[0].second, L" configFile=\"" + xml_.wstring() + L"\" /arparams /silent");
 
   std::ofstream(xml_) << "<config><features/></config>";
-  EXPECT_EQ(InstallWithInstaller(machine_.System(), request, answer_, nullptr), kErrorNotFound);
+  EXPECT_EQ(InstallWithInstaller(machine_.System(), request, answer_, nullptr), kErrorInvalidData);
   EXPECT_EQ(machine_.runs.size(), 1u);
 }
 

@@ -130,18 +130,13 @@ uint32_t UninstallWithSdk(const LifecycleSystem& system, std::string& answer, Lo
   int64_t agentError = 0;
   const uint32_t session = system.executeSdkMethod(reply, apiError, agentError, kRemoveMethod,
                                                    L"", kUninstallCommand, log);
-  std::string value;
-  uint32_t result = session;
   if (session != 0) {
-    LogFailure(log, L"Failed to execute OXSDK method. Error code: ", session);
-    value = std::to_string(session);
-  } else {
-    WriteLog(log, L"Finished to execute OXSDK method with error: " + std::to_wstring(agentError));
-    value = std::to_string(agentError);  // as the agent answered it, signed
-    result = static_cast<uint32_t>(agentError);
+    answer = LifecycleAnswer(session, fields.Joined());
+    return LogFailure(log, L"Failed to execute OXSDK method. Error code: ", session);
   }
-  answer = value + "|||" + fields.Joined();
-  return result;
+  WriteLog(log, L"Finished to execute OXSDK method with error: " + std::to_wstring(agentError));
+  answer = std::to_string(agentError) + "|||" + fields.Joined();  // as the agent answered it
+  return static_cast<uint32_t>(agentError);
 }
 
 }  // namespace tarn

@@ -266,7 +266,7 @@ TEST_F(LifecycleTest, XmlReadBackHoldsExactlyTheEditedValues) {
   const auto refused = PlaceXml(box.dir(), L"feature-without-action.xml");
   const ToolRun run = box.Run({L"-runinstaller", installer.wstring(), L"-installerXml",
                                refused.wstring(), L"-coreInstall"});
-  EXPECT_EQ(run.exitCode, 1168u);
+  EXPECT_EQ(run.exitCode, 13u);
   EXPECT_EQ(run.out, "0|||");
   EXPECT_EQ(Tree(refused), Tree(kit_.root / L"installer-xml" / L"feature-without-action.xml"));
   EXPECT_TRUE(Contains(box.LogMessages(),
