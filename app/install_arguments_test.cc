@@ -2,8 +2,8 @@
 
 #include <gtest/gtest.h>
 
-#include "base/test_log_capture.h"
 #include "base/result_codes.h"
+#include "base/test_log_capture.h"
 
 namespace tarn {
 namespace {
@@ -19,22 +19,30 @@ TEST(InstallArgumentsTest, ChecksInTheirOrder) {
       {{L"C:\\Installer.exe", L"-installerXml", L"C:\\i.xml"}, 0, "Check additional parameters"},
       {{L"C:\\Installer.exe", L"-INSTALLERXML", L"C:\\i.xml", L"-coreinstall",
         L"-ResumeAfterReboot"},
-       0, "Check additional parameters", true, true},
+       0,
+       "Check additional parameters",
+       true,
+       true},
       {{}, kErrorBadArguments, "bad"},
       {{L"C:\\Installer.exe", L"-installerXml"}, kErrorBadArguments, "bad"},
       {{L"C:\\Installer.exe", L"-xml", L"C:\\i.xml"}, kErrorBadArguments, "bad"},
       {{L"C:\\Installer.exe", L"-installerXml", L"C:\\i.xml", L"-coreInstall", L"-coreInstall",
         L"-coreInstall"},
-       kErrorBadArguments, "bad"},
+       kErrorBadArguments,
+       "bad"},
       {{L"C:\\Installer.exe", L"-installerXml", L"C:\\absent.xml", L"-unknown"},
-       kErrorFileNotFound, "Installer not found. Error code: 2"},
-      {{L"C:\\Installer.exe", L"-installerXml", L"C:\\i.xml", L"-resume"}, kErrorBadArguments,
+       kErrorFileNotFound,
+       "Installer not found. Error code: 2"},
+      {{L"C:\\Installer.exe", L"-installerXml", L"C:\\i.xml", L"-resume"},
+       kErrorBadArguments,
        "Bad additional argument."},
       {{L"C:\\Installer.exe", L"-installerXml", L"C:\\i.xml", L"-coreInstall", L"-COREINSTALL"},
-       kErrorBadArguments, "Additional argument \"-coreInstall\" specified multiple times."},
+       kErrorBadArguments,
+       "Additional argument \"-coreInstall\" specified multiple times."},
       {{L"C:\\Installer.exe", L"-installerXml", L"C:\\i.xml", L"-resumeAfterReboot",
         L"-resumeafterreboot"},
-       kErrorBadArguments, "Additional argument \"-resumeAfterReboot\" specified multiple times."},
+       kErrorBadArguments,
+       "Additional argument \"-resumeAfterReboot\" specified multiple times."},
   };
   const FileCheck fileExists = [](const std::wstring& path, Logger*) {
     return path == L"C:\\i.xml" ? 0u : kErrorFileNotFound;

@@ -43,7 +43,8 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   const tinyxml2::XMLElement* config = again.FirstChildElement("config");
   if (resumed) {
     const tinyxml2::XMLElement* node = config->FirstChildElement(tarn::kResumeAfterRebootNode);
-    Require(node != nullptr && node->GetText() != nullptr && std::strcmp(node->GetText(), "1") == 0);
+    Require(node != nullptr && node->GetText() != nullptr &&
+            std::strcmp(node->GetText(), "1") == 0);
   }
   if (core) {
     for (auto* feature = config->FirstChildElement("features")->FirstChildElement("feature");

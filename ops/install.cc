@@ -1,7 +1,7 @@
 #include "ops/install.h"
 
-#include "base/log.h"
 #include "auth/module_signature.h"
+#include "base/log.h"
 #include "base/result_codes.h"
 #include "base/text.h"
 #include "ops/detect.h"
@@ -138,10 +138,9 @@ uint32_t InstallWithSetupDownloader(const LifecycleSystem& system, const Install
   // The setup downloader finds its XML beside itself, under these names.
   const std::wstring setupDownloader = InFolder(folder, L"setupdownloader.exe");
   const std::wstring installerXml = InFolder(folder, L"installer.xml");
-  if (const uint32_t code =
-          MoveInto(system, request.programPath, setupDownloader,
-                   L"Move setupdownloader.exe to new path: ",
-                   L"Failed to move setupdownloader.exe with error: ", log);
+  if (const uint32_t code = MoveInto(system, request.programPath, setupDownloader,
+                                     L"Move setupdownloader.exe to new path: ",
+                                     L"Failed to move setupdownloader.exe with error: ", log);
       code != 0) {
     return code;
   }
@@ -153,8 +152,8 @@ uint32_t InstallWithSetupDownloader(const LifecycleSystem& system, const Install
       return code;
     }
   }
-  WriteLog(log, L"Running TARN Install with installer xml from the following path: " +
-                    installerXml);
+  WriteLog(log,
+           L"Running TARN Install with installer xml from the following path: " + installerXml);
   return RunInstaller(system, setupDownloader, L"", answer, log);
 }
 

@@ -25,8 +25,9 @@ struct InstallRequest {
 // then a final detect fills `answer`.
 /// Returns the installer's exit code; 183; the attribute word of a path that is no file
 /// (4294967295 when missing); a hold conflict (32, 33); the signature check's code, or 1403.
-[[nodiscard]] uint32_t RunInstaller(const LifecycleSystem& system, const std::wstring& installerPath,
-                                    const std::wstring& xmlPath, std::string& answer, Logger* log);
+[[nodiscard]] uint32_t RunInstaller(const LifecycleSystem& system,
+                                    const std::wstring& installerPath, const std::wstring& xmlPath,
+                                    std::string& answer, Logger* log);
 
 // "-runinstaller" and "-runsetupdownloader" after their argument checks: the XML edits the
 // request asks for, then run installer, directly or after moving the setup downloader and the XML

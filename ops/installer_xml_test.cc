@@ -7,8 +7,8 @@
 #include <fstream>
 #include <iterator>
 
-#include "base/test_log_capture.h"
 #include "base/result_codes.h"
+#include "base/test_log_capture.h"
 
 namespace tarn {
 namespace {

@@ -3,10 +3,10 @@
 #include <windows.h>
 
 #include "agent/endpoint_identity.h"
-#include "agent/service_probes.h"
-#include "agent/system_probes.h"
 #include "agent/process_runner.h"
 #include "agent/sdk_session.h"
+#include "agent/service_probes.h"
+#include "agent/system_probes.h"
 #include "auth/module_signature.h"
 #include "base/win_handles.h"
 #include "ops/lifecycle_system.h"

@@ -6,8 +6,8 @@
 #include <fstream>
 #include <map>
 
-#include "base/test_log_capture.h"
 #include "base/result_codes.h"
+#include "base/test_log_capture.h"
 #include "ops/detect.h"
 #include "ops/install.h"
 #include "ops/uninstall.h"
@@ -97,7 +97,8 @@ struct FakeMachine {
     s.holdFileForUse = [this](const std::wstring&, FileHold& hold) {
       if (holdCode != 0) return holdCode;
       held = true;
-      hold = FileHold(this, [](void* machine) { static_cast<FakeMachine*>(machine)->held = false; });
+      hold =
+          FileHold(this, [](void* machine) { static_cast<FakeMachine*>(machine)->held = false; });
       return 0u;
     };
     s.validateModuleSignature = [this](bool& isValid, const std::wstring& path,
@@ -151,8 +152,11 @@ TEST(DetectTest, AnswersByTheAgentsState) {
        "2|HW|C-1|Workstations"},
       {"services stopped: the agent is not asked",
        [](FakeMachine& m) { m.servicesRunning = false; }, false, 30, "2|"},
-      {"identity refused twice", [](FakeMachine& m) { m.identityCodes = {775, 775}; }, false, 775,
-       "2|"},
+      {"identity refused twice",
+       [](FakeMachine& m) {
+         m.identityCodes = {775, 775};
+       },
+       false, 775, "2|"},
       {"identity on the second ask", [](FakeMachine& m) { m.identityCodes = {1460}; }, false, 0,
        "1|HW|C-1|Workstations"},
   };
@@ -169,9 +173,8 @@ TEST(DetectTest, ReadsTheCurrentLayoutThenTheLegacyOne) {
   FakeMachine machine;
   machine.identityCodes = {1460, 1460};
   std::string answer;
-  const auto log = LogOf([&](Logger* log) {
-    EXPECT_EQ(Detect(machine.System(), false, answer, log), 1460u);
-  });
+  const auto log =
+      LogOf([&](Logger* log) { EXPECT_EQ(Detect(machine.System(), false, answer, log), 1460u); });
   EXPECT_EQ(machine.configPathsRead,
             (std::vector<std::wstring>{std::wstring(kAgent) + L"\\oxagng\\oxagng.jso",
                                        std::wstring(kAgent) + L"\\oxag\\oxag.jso"}));
@@ -196,9 +199,9 @@ TEST_F(InstallTest, RunsTheCheckedInstallerWithTheDocumentedCommandLine) {
   EXPECT_EQ(Run(L"C:\\dl\\Installer.exe"), 3221225477u);
   using Run = std::pair<std::wstring, std::wstring>;
   EXPECT_EQ(machine_.runs,
-            (std::vector<Run>{
-                {L"C:\\dl\\Installer.exe", L" configFile=\"C:\\dl\\installer.xml\" /arparams /silent"},
-                {L"C:\\dl\\Installer.exe", L" /arparams /silent"}}));
+            (std::vector<Run>{{L"C:\\dl\\Installer.exe",
+                               L" configFile=\"C:\\dl\\installer.xml\" /arparams /silent"},
+                              {L"C:\\dl\\Installer.exe", L" /arparams /silent"}}));
   EXPECT_EQ(machine_.checked, std::vector<std::wstring>(2, L"C:\\dl\\Installer.exe"));
   EXPECT_TRUE(machine_.heldWhileChecked);
   EXPECT_TRUE(machine_.heldWhileRun);
@@ -217,8 +220,8 @@ TEST_F(InstallTest, NeverStartsAnInstallerThatIsRefused) {
        kResultAlreadyInstalled},
       {"installer missing", [](FakeMachine& m) { m.attributes.erase(L"C:\\dl\\Installer.exe"); },
        L"", kInvalidFileAttributes},
-      {"installer is a folder", [](FakeMachine& m) { m.attributes[L"C:\\dl\\Installer.exe"] = 0x10; },
-       L"", 0x10},
+      {"installer is a folder",
+       [](FakeMachine& m) { m.attributes[L"C:\\dl\\Installer.exe"] = 0x10; }, L"", 0x10},
       {"XML missing", [](FakeMachine&) {}, L"C:\\dl\\absent.xml", kInvalidFileAttributes},
       {"someone writes the installer", [](FakeMachine& m) { m.holdCode = 32; }, L"", 32},
       {"someone locks the installer", [](FakeMachine& m) { m.holdCode = 33; }, L"", 33},
@@ -346,10 +349,9 @@ TEST(UninstallTest, InstallerRouteAnswersHowFarItGot) {
   std::string answer;
   const std::wstring password = L"p\"w d";
   EXPECT_EQ(UninstallWithInstaller(machine.System(), &password, answer, nullptr), 0u);
-  EXPECT_EQ(machine.runs,
-            (std::vector<std::pair<std::wstring, std::wstring>>{
-                {L"C:\\windows\\System32\\cmd.exe",
-                 L" cmd /c \"" + installer + L"\" /remove /silent passmd5=p\"w d"}}));
+  EXPECT_EQ(machine.runs, (std::vector<std::pair<std::wstring, std::wstring>>{
+                              {L"C:\\windows\\System32\\cmd.exe",
+                               L" cmd /c \"" + installer + L"\" /remove /silent passmd5=p\"w d"}}));
 }
 
 TEST(UninstallTest, SdkRouteAsksTheAgentToRemoveItself) {
@@ -367,7 +369,11 @@ TEST(UninstallTest, SdkRouteAsksTheAgentToRemoveItself) {
       {"no reply", [](FakeMachine& m) { m.sessionCode = 1460; }, 1460,
        "1460|||HW|C-1|Workstations"},
       {"not installed", [](FakeMachine& m) { m.imagePathCode = 2; }, 2, "16010|||"},
-      {"not identified", [](FakeMachine& m) { m.identityCodes = {775, 775}; }, 775, "775|||"},
+      {"not identified",
+       [](FakeMachine& m) {
+         m.identityCodes = {775, 775};
+       },
+       775, "775|||"},
   };
   for (const auto& c : cases) {
     FakeMachine machine;

@@ -128,8 +128,8 @@ uint32_t UninstallWithSdk(const LifecycleSystem& system, std::string& answer, Lo
   rapidjson::Document reply;
   int32_t apiError = 0;
   int64_t agentError = 0;
-  const uint32_t session = system.executeSdkMethod(reply, apiError, agentError, kRemoveMethod,
-                                                   L"", kUninstallCommand, log);
+  const uint32_t session = system.executeSdkMethod(reply, apiError, agentError, kRemoveMethod, L"",
+                                                   kUninstallCommand, log);
   if (session != 0) {
     answer = LifecycleAnswer(session, fields.Joined());
     return LogFailure(log, L"Failed to execute OXSDK method. Error code: ", session);

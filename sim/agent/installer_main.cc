@@ -71,7 +71,8 @@ uint32_t Run() {
   if (uint32_t code = AppendLine(CallRecordFile(kRole, dir), WideToUtf8(GetCommandLineW()))) {
     return Fail("cannot record the command line", code);
   }
-  if (uint32_t code = AppendLine(WorkingFolderRecordFile(kRole, dir), WideToUtf8(WorkingFolder()))) {
+  if (uint32_t code =
+          AppendLine(WorkingFolderRecordFile(kRole, dir), WideToUtf8(WorkingFolder()))) {
     return Fail("cannot record the working folder", code);
   }
 

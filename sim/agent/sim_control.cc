@@ -110,7 +110,7 @@ uint32_t ReadCallRecord(Module module, const std::filesystem::path& dir,
 }
 
 uint32_t ReadWorkingFolderRecord(Module module, const std::filesystem::path& dir,
-                                std::vector<std::string>* lines) {
+                                 std::vector<std::string>* lines) {
   return ReadRecord(WorkingFolderRecordFile(module, dir), lines);
 }
 

@@ -66,9 +66,7 @@ class LifecycleTest : public AgentTest {
 
   static std::filesystem::path SetupFolder() { return sim::SetupInstallerPath().parent_path(); }
 
-  void StopSecurityService() {
-    ASSERT_EQ(sim::StopAgentService(sim::kAgentServices[1]), 0u);
-  }
+  void StopSecurityService() { ASSERT_EQ(sim::StopAgentService(sim::kAgentServices[1]), 0u); }
 
   // A signed stand-in of `module` in `folder` (created), named `name`.
   std::filesystem::path PlaceProgram(Module module, const std::filesystem::path& folder,
@@ -113,11 +111,15 @@ TEST_F(LifecycleTest, DetectAnswersTheAgentsState) {
       {"invalid feature list",
        R"({"methods":{"Product.GetStatus":{"reply":{"output":{"Alerts":{"Product.InvalidFeatureList":{"severity":"critical"}}}}},)" +
            kIdentity + "}}",
-       {L"-detect"}, 0, "4|" + kEndpoint},
+       {L"-detect"},
+       0,
+       "4|" + kEndpoint},
       {"invalid feature list and another issue",
        R"({"methods":{"Product.GetStatus":{"reply":{"output":{"Alerts":{"Product.InvalidFeatureList":{"severity":"critical"},"X":{"severity":"critical"}}}}},)" +
            kIdentity + "}}",
-       {L"-detect"}, 0, "2|" + kEndpoint},
+       {L"-detect"},
+       0,
+       "2|" + kEndpoint},
       {"identity refused", R"({"default":{"reply":{"error":5}}})", {L"-detect"}, 5, "2|"},
       {"another argument", "", {L"-detect", L"-reboot"}, 160, ""},
   };
@@ -186,9 +188,9 @@ TEST_F(LifecycleTest, InstallerStartsWithTheDocumentedCommandLine) {
     EXPECT_EQ(run.out, "1|" + kEndpoint) << c.exitCode;  // the final detect's answer
   }
   const std::string withXml = " configFile=\"" + Utf8(xml) + "\" /arparams /silent";
-  EXPECT_EQ(Calls(Module::kInstaller, folder),
-            (std::vector<std::string>{" /arparams /silent", withXml, withXml,
-                                      " /arparams /silent"}));
+  EXPECT_EQ(
+      Calls(Module::kInstaller, folder),
+      (std::vector<std::string>{" /arparams /silent", withXml, withXml, " /arparams /silent"}));
   EXPECT_EQ(Folders(Module::kInstaller, folder), std::vector<std::string>(4, Utf8(box.dir())));
 
   const auto log = box.LogMessages();
@@ -279,8 +281,8 @@ TEST_F(LifecycleTest, InstallerThatIsNotTheMakersIsNeverStarted) {
     const wchar_t* variant;
     uint32_t exitCode;
   } cases[] = {
-      {L"unsigned", 0x800B0100}, {L"tampered", 0x80096010},   {L"foreign", 1168},
-      {L"capitals", 1168},       {L"untimestamped", 5007},     {L"untrusted", 0x800B0109},
+      {L"unsigned", 0x800B0100}, {L"tampered", 0x80096010}, {L"foreign", 1168},
+      {L"capitals", 1168},       {L"untimestamped", 5007},  {L"untrusted", 0x800B0109},
   };
   Sandbox box;
   for (const auto& c : cases) {
@@ -292,8 +294,8 @@ TEST_F(LifecycleTest, InstallerThatIsNotTheMakersIsNeverStarted) {
   EXPECT_TRUE(Calls(Module::kInstaller, box.dir()).empty());
 
   // The setup downloader is checked the same way.
-  const auto setup = PlaceProgram(Module::kSetupDownloader, box.dir(), L"setupdownloader.exe",
-                                  L"foreign");
+  const auto setup =
+      PlaceProgram(Module::kSetupDownloader, box.dir(), L"setupdownloader.exe", L"foreign");
   EXPECT_EQ(box.Run({L"-runsetupdownloader", setup.wstring()}).exitCode, 1168u);
   EXPECT_TRUE(Calls(Module::kSetupDownloader, box.dir()).empty());
 }
@@ -312,8 +314,8 @@ TEST_F(LifecycleTest, InstallerOpenForWritingIsRefused) {
     EXPECT_EQ(run.exitCode, 32u);
     EXPECT_EQ(run.out, "0|||");
   }
-  EXPECT_TRUE(Contains(box.LogMessages(),
-                       "Cannot hold the installer against changes. Error code: 32"));
+  EXPECT_TRUE(
+      Contains(box.LogMessages(), "Cannot hold the installer against changes. Error code: 32"));
   EXPECT_TRUE(Calls(Module::kInstaller, box.dir()).empty());
 }
 
@@ -363,21 +365,28 @@ TEST_F(LifecycleTest, ArgumentFaultsPrintTheirAnswerAndCode) {
       {{L"-runsetupdownloader"}, 160, setupRow},
       {{L"-runinstaller", i, L"-installerXml"}, 160, installerRow},
       {{L"-runsetupdownloader", i, L"-xml", x}, 160, setupRow},
-      {{L"-runinstaller", i, L"-installerXml", x, L"-coreInstall", L"-coreInstall", L"x"}, 160,
+      {{L"-runinstaller", i, L"-installerXml", x, L"-coreInstall", L"-coreInstall", L"x"},
+       160,
        installerRow},
-      {{L"-runinstaller", i, L"-installerXml", L"C:\\absent.xml"}, 2,
+      {{L"-runinstaller", i, L"-installerXml", L"C:\\absent.xml"},
+       2,
        "Installer not found. Error code: 2"},
       {{L"-runinstaller", i, L"-installerXml", x, L"-quiet"}, 160, "Bad additional argument."},
-      {{L"-runinstaller", i, L"-installerXml", x, L"-coreInstall", L"-CoreInstall"}, 160,
+      {{L"-runinstaller", i, L"-installerXml", x, L"-coreInstall", L"-CoreInstall"},
+       160,
        "Additional argument \"-coreInstall\" specified multiple times."},
       {{L"-runsetupdownloader", i, L"-installerXml", x, L"-resumeAfterReboot",
         L"-resumeAfterReboot"},
-       160, "Additional argument \"-resumeAfterReboot\" specified multiple times."},
-      {{L"-runinstaller", (box.dir() / L"absent.exe").wstring()}, 4294967295u,
+       160,
+       "Additional argument \"-resumeAfterReboot\" specified multiple times."},
+      {{L"-runinstaller", (box.dir() / L"absent.exe").wstring()},
+       4294967295u,
        "Invalid file attributes or Installer is a directory"},
-      {{L"-runinstaller", box.dir().wstring()}, FILE_ATTRIBUTE_DIRECTORY,
+      {{L"-runinstaller", box.dir().wstring()},
+       FILE_ATTRIBUTE_DIRECTORY,
        "Invalid file attributes or Installer is a directory"},
-      {{L"-runinstaller", i, L"-installerXml", box.dir().wstring()}, 2,
+      {{L"-runinstaller", i, L"-installerXml", box.dir().wstring()},
+       2,
        "Installer not found. Error code: 2"},
   };
   for (const auto& c : cases) {
@@ -393,8 +402,7 @@ TEST_F(LifecycleTest, ArgumentFaultsPrintTheirAnswerAndCode) {
 TEST_F(LifecycleTest, SetupDownloaderMovesBesideItsXmlAndStarts) {
   Sandbox box;
   const std::filesystem::path downloads = box.dir() / L"downloads";
-  const auto setup =
-      PlaceProgram(Module::kSetupDownloader, downloads, L"TARN-setup-7.9.exe");
+  const auto setup = PlaceProgram(Module::kSetupDownloader, downloads, L"TARN-setup-7.9.exe");
   const auto xml = PlaceXml(box.dir() / L"config", L"installer.xml", L"site.xml");
   const ToolRun run = box.Run({L"-runsetupdownloader", setup.wstring(), L"-installerXml",
                                xml.wstring(), L"-resumeAfterReboot"});
@@ -412,9 +420,9 @@ TEST_F(LifecycleTest, SetupDownloaderMovesBesideItsXmlAndStarts) {
             std::vector<std::string>{Utf8(box.dir())});
 
   // Already in place under its name: started where it is, without an XML.
-  EXPECT_EQ(box.Run({L"-runsetupdownloader", (downloads / L"setupdownloader.exe").wstring()})
-                .exitCode,
-            0u);
+  EXPECT_EQ(
+      box.Run({L"-runsetupdownloader", (downloads / L"setupdownloader.exe").wstring()}).exitCode,
+      0u);
   EXPECT_EQ(Calls(Module::kSetupDownloader, downloads).size(), 2u);
 }
 
@@ -470,8 +478,8 @@ TEST_F(LifecycleTest, UninstallRunsTheAgentsInstallerThroughTheInterpreter) {
             (std::vector<std::string>{quoted + " /remove /silent",
                                       quoted + " /remove /silent passmd5=p@ss w0rd"}));
   const auto log = box.LogMessages();
-  EXPECT_TRUE(Contains(log, "Using the following uninstall command:  cmd /c " + quoted +
-                                " /remove /silent"));
+  EXPECT_TRUE(Contains(
+      log, "Using the following uninstall command:  cmd /c " + quoted + " /remove /silent"));
   EXPECT_TRUE(Contains(log, "An uninstall password was given"));
   EXPECT_TRUE(Contains(log, "Uninstall TARN process finished with error code: 3010"));
   EXPECT_FALSE(AnyStartsWith(log, "Starting process from"));  // nor the password, with it

@@ -1,7 +1,8 @@
 // The child process runner against the installer stand-in, which records how it was started.
+#include "agent/process_runner.h"
+
 #include <gtest/gtest.h>
 
-#include "agent/process_runner.h"
 #include "base/text.h"
 #include "sim/agent/sim_control.h"
 #include "sim/agent/test_support.h"
@@ -20,11 +21,16 @@ TEST(ProcessRunnerTest, PassesTheCommandLineAndTheExitCodeThroughUnchanged) {
     const char* exitCode;
     uint32_t expected;
   } cases[] = {
-      {"0", 0}, {"3010", 3010}, {"16010", 16010}, {"3221225477", 3221225477u},
-      {"-1", 4294967295u}, {"-2147467259", 2147500037u},
+      {"0", 0},
+      {"3010", 3010},
+      {"16010", 16010},
+      {"3221225477", 3221225477u},
+      {"-1", 4294967295u},
+      {"-2147467259", 2147500037u},
   };
-  const std::wstring commandLine = L" configFile=\"C:\\with blank\\installer.xml\" /arparams "
-                                   L"/silent passmd5=\x00E9\x20AC";
+  const std::wstring commandLine =
+      L" configFile=\"C:\\with blank\\installer.xml\" /arparams "
+      L"/silent passmd5=\x00E9\x20AC";
   for (const auto& c : cases) {
     ASSERT_EQ(sim::WriteBehavior(Module::kInstaller, dir.path(), {{"exit-code", c.exitCode}}), 0u);
     EXPECT_EQ(RunProcess(program.wstring(), commandLine), c.expected) << c.exitCode;
