@@ -24,7 +24,7 @@ struct DllDirectoryReset {
 // Steps from the load to the unload; the caller logs the session's end after everything is
 // released. `completed` tells whether the exchange ran to its regular end.
 /// The load's or export lookup's last error, 775, or the exchange's result.
-[[nodiscard]] uint32_t LoadAndExchange(const std::wstring& libraryPath, UniqueFileHandle held,
+[[nodiscard]] uint32_t LoadAndExchange(const std::wstring& libraryPath, FileHold held,
                                        const SdkExchange& exchange, rapidjson::Document& reply,
                                        int32_t& apiError, int64_t& endpointSdkError,
                                        bool& completed, Logger* log) {
@@ -96,7 +96,7 @@ uint32_t ExecuteSdkMethod(rapidjson::Document& reply, int32_t& apiError, int64_t
 
   WriteLog(log, L"Validate " + libraryPath + L" binary");
   // Held from before the check until it is loaded, so that the file loaded is the file checked.
-  UniqueFileHandle held;
+  FileHold held;
   bool isValid = false;
   uint32_t status = HoldFileAgainstChanges(libraryPath, held);
   // Without a check nothing is proven: the library counts as not valid.

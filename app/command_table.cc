@@ -3,6 +3,7 @@
 #include "app/challenge_handler.h"
 #include "app/competitor_handlers.h"
 #include "app/feature_handlers.h"
+#include "app/lifecycle_handlers.h"
 #include "app/scan_handlers.h"
 #include "app/status_handlers.h"
 #include "app/system_handlers.h"
@@ -14,6 +15,10 @@ namespace tarn {
 namespace {
 
 const CommandBinding kBindings[] = {
+    {Command::kUninstall, nullptr, HandleUninstall},
+    {Command::kDetect, nullptr, HandleDetect},
+    {Command::kRunSetupDownloader, AnswerRunSetupDownloader},
+    {Command::kRunInstaller, AnswerRunInstaller},
     {Command::kCheckIfRebootRequired, AnswerRebootRequired},
     {Command::kCheckIfLegacyVersion, AnswerLegacyWindows},
     {Command::kCheckIs64BitOs, AnswerIs64BitOs},

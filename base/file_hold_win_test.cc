@@ -27,9 +27,9 @@ class FileHoldTest : public ::testing::Test {
 };
 
 TEST_F(FileHoldTest, HeldFileCanBeReadButNotChanged) {
-  UniqueFileHandle held;
+  FileHold held;
   ASSERT_EQ(HoldFileAgainstChanges(path_.wstring(), held), 0u);
-  ASSERT_TRUE(held);
+  ASSERT_TRUE(held.held());
 
   EXPECT_TRUE(Open(GENERIC_READ, FILE_SHARE_READ));
   EXPECT_FALSE(Open(GENERIC_WRITE, FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE));

@@ -16,8 +16,10 @@ inline constexpr uint32_t kErrorAccessDenied = 5;
 inline constexpr uint32_t kErrorNotEnoughMemory = 8;
 // Refused by the authorization gate.
 inline constexpr uint32_t kResultNotAuthorized = 12;
-// Expected value or field absent.
+// Expected value or field absent; an installer XML that is not XML or lacks what an edit needs.
 inline constexpr uint32_t kErrorInvalidData = 13;
+// A file could not be written (the installer XML saved over itself).
+inline constexpr uint32_t kErrorWriteFault = 29;
 // The authorization names another endpoint.
 inline constexpr uint32_t kErrorIdentifierNotMatched = 20;
 // No identity: the agent was not asked.

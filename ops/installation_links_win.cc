@@ -43,7 +43,7 @@ uint32_t GetInstallationLinks(std::string& links, const std::wstring& libraryPat
   WriteLog(log, L"Searching for \"kv.dll\"");
   const std::wstring path = FullPath(libraryPath);
   // Held from before the check until it is loaded, so that the file loaded is the file checked.
-  UniqueFileHandle held;
+  FileHold held;
   bool isValid = false;
   uint32_t status = HoldFileAgainstChanges(path, held);
   if (status == 0) status = check(isValid, path, kMakerSigner, log);

@@ -59,12 +59,29 @@ echo
 echo "== competitor commands need an authorization (tools/auth-issuer shows how to make one)"
 run -competitorsassessment
 
+echo "== the agent's life cycle (the installer stand-ins record how they were started)"
+run -detect
+setup_dir=$install_dir/setup
+rm -rf "$setup_dir" && mkdir -p "$setup_dir"
+simagent copy installer timestamped 'C:\tarn-rmm\setup\Installer.exe'
+cp "$top/build/windows/sim/installer-xml/installer.xml" "$setup_dir/"
+run -runinstaller 'C:\tarn-rmm\setup\Installer.exe' -installerXml 'C:\tarn-rmm\setup\installer.xml' -coreInstall
+printf '    the installer saw: "%s"\n' "$(tr -d '\r\n' <"$setup_dir/Installer.calls.txt")"
+printf '    the XML now holds: %s\n' "$(grep -c 'action="0"' "$setup_dir/installer.xml") features with action=\"0\""
+run -runinstaller 'C:\tarn-rmm\setup\Installer.exe' -installerXml 'C:\tarn-rmm\setup\installer.xml' -coreInstall -coreInstall
+simagent copy installer foreign 'C:\tarn-rmm\setup\Installer.exe'
+run -runinstaller 'C:\tarn-rmm\setup\Installer.exe'
+run -uninstall
+run -uninstall 'uninstall-password'
+
 echo
 echo "== an agent with critical issues (scenario: critical-issues)"
 simagent scenario critical-issues
 run -hascriticalissues
 run -getfeaturestatus
 run -checkifrebootrequired
+run -detect
+run -detect -r
 
 echo
 echo "== an outdated agent (scenario: outdated)"

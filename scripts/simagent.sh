@@ -29,11 +29,11 @@ if wineserver -p </dev/null >/dev/null 2>&1; then
   wine cmd /c exit </dev/null >/dev/null 2>&1 || true
 fi
 
-# The kit keeps the build's layout: bin\, signed\<variant>\, scenarios\.
+# The kit keeps the build's layout: bin\, signed\<variant>\, scenarios\, installer-xml\.
 target=$PREFIX/drive_c/tarn-sim
 rm -rf "$target"
 mkdir -p "$target"
-for part in bin signed scenarios; do
+for part in bin signed scenarios installer-xml; do
   [ -d "$kit/$part" ] && cp -r "$kit/$part" "$target/"
 done
 

@@ -49,6 +49,10 @@ std::filesystem::path CallRecordFile(Module module, const std::filesystem::path&
   return dir / (std::wstring(NamesOf(module).stem) + suffix);
 }
 
+std::filesystem::path WorkingFolderRecordFile(Module module, const std::filesystem::path& dir) {
+  return dir / (std::wstring(NamesOf(module).stem) + L".cwd.txt");
+}
+
 std::filesystem::path AgentDirectory() { return kAgentDirectory; }
 
 std::filesystem::path SetupInstallerPath() {

@@ -50,6 +50,9 @@ std::filesystem::path BehaviorFile(Module module, const std::filesystem::path& d
 // "setupdownloader.calls.txt" (one command line per line), "kv.calls.jsonl" (one JSON object per
 // call). oxsdk.dll records in the agent's journal instead.
 std::filesystem::path CallRecordFile(Module module, const std::filesystem::path& dir);
+// Where Installer.exe and setupdownloader.exe record their working folder on every start:
+// "Installer.cwd.txt", "setupdownloader.cwd.txt".
+std::filesystem::path WorkingFolderRecordFile(Module module, const std::filesystem::path& dir);
 
 std::filesystem::path AgentDirectory();
 std::filesystem::path SetupInstallerPath();  // the agent's own Installer.exe

@@ -25,6 +25,7 @@ TEST(InstallerStandInTest, RecordsTheExactCommandLineAndExitsWithTheChosenCode) 
       {Module::kInstaller, "# removal\r\nexit-code=3221225477\r\n",
        L"\"C:\\x\\Installer.exe\" /remove /silent passmd5=p\"w \xE9\x20AC", 3221225477u},
       {Module::kSetupDownloader, "wait-ms=10\nexit-code=16010\n", L" /arparams /silent", 16010},
+      {Module::kSetupDownloader, "exit-code=-1\n", L" /arparams /silent", 4294967295u},
       {Module::kSetupDownloader, "exit-code=12a\n", L"x", 13},
       {Module::kSetupDownloader, "services=maybe\n", L"x", 13},
   };
@@ -43,6 +44,10 @@ TEST(InstallerStandInTest, RecordsTheExactCommandLineAndExitsWithTheChosenCode) 
     ASSERT_EQ(ReadCallRecord(c.module, dir.path(), &calls), 0u);
     const std::string expected = WideToUtf8(c.commandLine);
     EXPECT_EQ(calls, std::vector<std::string>(2, expected));
+    std::vector<std::string> folders;  // started without a folder of their own: the parent's
+    ASSERT_EQ(ReadWorkingFolderRecord(c.module, dir.path(), &folders), 0u);
+    EXPECT_EQ(folders,
+              std::vector<std::string>(2, WideToUtf8(std::filesystem::current_path().wstring())));
   }
 }
 

@@ -109,6 +109,11 @@ uint32_t ReadCallRecord(Module module, const std::filesystem::path& dir,
   return ReadRecord(CallRecordFile(module, dir), lines);
 }
 
+uint32_t ReadWorkingFolderRecord(Module module, const std::filesystem::path& dir,
+                                 std::vector<std::string>* lines) {
+  return ReadRecord(WorkingFolderRecordFile(module, dir), lines);
+}
+
 uint32_t WriteBehavior(Module module, const std::filesystem::path& dir, const Settings& settings) {
   return WriteFileBytes(BehaviorFile(module, dir), FormatSettings(settings));
 }

@@ -73,6 +73,9 @@ struct InstallOptions {
 // setupdownloader.exe) or its calls as JSON texts (kv.dll), oldest first; none yet: empty.
 [[nodiscard]] uint32_t ReadCallRecord(Module module, const std::filesystem::path& dir,
                                       std::vector<std::string>* lines);
+// The working folders Installer.exe or setupdownloader.exe in `dir` started in, oldest first.
+[[nodiscard]] uint32_t ReadWorkingFolderRecord(Module module, const std::filesystem::path& dir,
+                                               std::vector<std::string>* lines);
 // Replaces the behaviour file of `module` in `dir` (see sim/README.md for the keys).
 [[nodiscard]] uint32_t WriteBehavior(Module module, const std::filesystem::path& dir,
                                      const Settings& settings);

@@ -3,10 +3,11 @@
 # test PKI, and authorizations made by the test issuer (tools/auth-issuer), which encodes with
 # OpenSSL (set up by authorized_runs.sh). Each case gets a fresh challenge from the tool, signs it
 # like the service would, runs the guarded command and checks the exit code and the log.
-#   tests/e2e/authorization_test.sh WINDOWS_BUILD_DIR
+#   tests/e2e/authorization_test.sh WINDOWS_BUILD_DIR [UNINSTALL_HOST]
 set -uo pipefail
 . "$(dirname "${BASH_SOURCE[0]}")/authorized_runs.sh" \
-  "${1:?usage: authorization_test.sh WINDOWS_BUILD_DIR}" tarn-auth-test
+  "${1:?usage: authorization_test.sh WINDOWS_BUILD_DIR [UNINSTALL_HOST]}" tarn-auth-test
+uninstall_host=${2:-uninstall.arvantis.example}  # the build's TARN_UNINSTALL_HOST
 
 # One guarded run: a fresh challenge for TOKEN, the time message, the command. Extra arguments
 # replace parts: TIME_OPTIONS as issuer options, CERT_TEXT, COMMAND.
@@ -25,7 +26,7 @@ guarded() {  # NAME EXPECTED_CODE LOG_LINE TOKEN [WHEN] [CERT_TEXT] [COMMAND] [T
 # Options: which commands need them, and the checks on them.
 : >"$dir/log.txt"; tool -getproductversion; check "a status command needs no options" 0
 : >"$dir/log.txt"; tool -uninstall
-check "uninstall without options takes the legacy route" 160 \
+check "uninstall without options takes the legacy route" 0 \
   'Command has legacy support. Authorization service will not be used'
 tool -uninstall -authToken x; check "uninstall with only some options" 87
 tool -uninstall -authToken a -certificate b -certificatePath c -executionTime d
@@ -120,6 +121,52 @@ check "certificate from a file, options in capitals" 160 "$authorized"
 tool -competitorsassessment -authToken "$token" -certificatePath 'C:\tarn-auth-test\absent.b64' \
   -executionTime x
 check "certificate file missing" 110 'Cannot read certificate from the given path: C:\tarn-auth-test\absent.b64'
+
+# Uninstall through the authorization service: the agent is asked to remove itself, only under
+# a valid authorization for this endpoint with the uninstall permission.
+journal="$PREFIX/drive_c/Program Files/Arvantis/TARN/sim/journal.jsonl"
+removals() {  # the removal requests the agent received, one per line, as sent
+  python3 -c 'import json,sys
+for line in open(sys.argv[1], encoding="utf-8"):
+    entry = json.loads(line)
+    if entry.get("method") == "Product.Installer.InstallerRemove": print(entry["request"])' \
+    "$journal" 2>/dev/null
+}
+expected_removal='{"type":"oxsdk","data":{"Product.Installer":[{"@name":"InstallerRemove","input":{"uninstall_link":"http://'"$uninstall_host"':8080/quellon/uninstall/11/00000000-0000-0000-0000-0019B91931E3","keepQuarantine":true,"rebootIfNeeded":true}}]}}'
+check_removal() {  # NAME EXPECTED_OUTPUT EXPECTED_REQUESTS
+  if [ "$out" = "$2" ] && [ "$(removals)" = "$3" ]; then
+    passed=$((passed + 1))
+    echo "ok - $1"
+  else
+    failed=$((failed + 1))
+    echo "not ok - $1: answer \"$out\", removal requests: $(removals)"
+  fi
+}
+rm -f "$journal"
+guarded "uninstall through the service" 0 'Starting uninstall with authorization service' \
+  "$(auth --permission 3 --identifier "0:$hwid")" 20260601120000Z "$leaf_text" -uninstall
+check_removal "the agent is asked to remove itself, byte for byte" \
+  "0|||$hwid|C-000451|Workstations" "$expected_removal"
+rm -f "$journal"
+guarded "uninstall without its permission" 12 'Not all permissions are valid' \
+  "$(auth --permission 19 --identifier "0:$hwid")" 20260601120000Z "$leaf_text" -uninstall
+check_removal "no removal without the permission" "" ""
+guarded "uninstall for another endpoint" 20 'Hardware Id not found' \
+  "$(auth --permission 3 --identifier 0:0F3A9C2E-0000-0000-0000-000000000000)" 20260601120000Z \
+  "$leaf_text" -uninstall
+check_removal "no removal for another endpoint" "" ""
+: >"$dir/log.txt"
+tool -uninstall -authToken x -certificate y
+check "uninstall with some options only" 87
+check_removal "no removal with options missing" "" ""
+: >"$dir/log.txt"
+token=$(auth --permission 3 --identifier "0:$hwid")
+challenge_for "$token"
+tool -uninstall "password" -authToken "$token" -certificate "$leaf_text" \
+  -executionTime "$(signed_time "$challenge" 20260601120000Z)"
+check "an argument besides the options" 160 "$authorized"
+log_has 'Starting uninstall' && { failed=$((failed + 1)); echo "not ok - it is not logged"; }
+check_removal "nothing printed, nothing asked" "" ""
 
 "$top/scripts/simagent.sh" remove >/dev/null 2>&1
 echo "$passed passed, $failed failed"

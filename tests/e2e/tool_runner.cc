@@ -60,12 +60,18 @@ Sandbox::~Sandbox() {
 
 ToolRun Sandbox::Run(const std::vector<std::wstring>& args, const std::wstring& programArg,
                      const std::filesystem::path& workingDir) const {
-  ToolRun run;
+  std::unique_ptr<RunningTool> tool = Start(args, programArg, workingDir);
+  return tool ? tool->Wait() : ToolRun{};
+}
+
+std::unique_ptr<RunningTool> Sandbox::Start(const std::vector<std::wstring>& args,
+                                            const std::wstring& programArg,
+                                            const std::filesystem::path& workingDir) const {
   SECURITY_ATTRIBUTES inherit{sizeof inherit, nullptr, TRUE};
   UniqueKernelHandle readEnd, writeEnd;
   if (!CreatePipe(readEnd.put(), writeEnd.put(), &inherit, 0)) {
     ADD_FAILURE() << "CreatePipe failed: " << GetLastError();
-    return run;
+    return nullptr;
   }
   SetHandleInformation(readEnd.get(), HANDLE_FLAG_INHERIT, 0);
   UniqueFileHandle nul(CreateFileW(L"NUL", GENERIC_READ | GENERIC_WRITE,
@@ -86,22 +92,41 @@ ToolRun Sandbox::Run(const std::vector<std::wstring>& args, const std::wstring& 
   if (!CreateProcessW(exe().wstring().c_str(), commandLine.data(), nullptr, nullptr, TRUE, 0,
                       nullptr, cwd.c_str(), &startup, &process)) {
     ADD_FAILURE() << "CreateProcessW failed: " << GetLastError();
-    return run;
+    return nullptr;
   }
-  UniqueKernelHandle processHandle(process.hProcess), threadHandle(process.hThread);
-  writeEnd.reset();  // the child holds the only write end now: EOF comes when it ends
+  CloseHandle(process.hThread);
+  std::unique_ptr<RunningTool> tool(new RunningTool);
+  tool->process_ = process.hProcess;
+  tool->output_ = readEnd.release();
+  tool->processId_ = process.dwProcessId;
+  return tool;  // the child holds the only write end now: EOF comes when it ends
+}
 
+RunningTool::~RunningTool() {
+  if (process_ != nullptr) {
+    if (WaitForSingleObject(process_, 0) == WAIT_TIMEOUT) TerminateProcess(process_, 0xDEAD);
+    CloseHandle(process_);
+  }
+  if (output_ != nullptr) CloseHandle(output_);
+}
+
+bool RunningTool::StillRunningAfter(uint32_t waitMs) const {
+  return WaitForSingleObject(process_, waitMs) == WAIT_TIMEOUT;
+}
+
+ToolRun RunningTool::Wait() {
+  ToolRun run;
   char buffer[4096];
   DWORD got = 0;
-  while (::ReadFile(readEnd.get(), buffer, sizeof buffer, &got, nullptr) && got > 0) {
+  while (::ReadFile(output_, buffer, sizeof buffer, &got, nullptr) && got > 0) {
     run.out.append(buffer, got);
   }
-  if (WaitForSingleObject(processHandle.get(), kRunLimitMs) != WAIT_OBJECT_0) {
-    TerminateProcess(processHandle.get(), 0xDEAD);
+  if (WaitForSingleObject(process_, kRunLimitMs) != WAIT_OBJECT_0) {
+    TerminateProcess(process_, 0xDEAD);
     ADD_FAILURE() << "the tool did not end within " << kRunLimitMs << " ms";
   }
   DWORD code = 0;
-  GetExitCodeProcess(processHandle.get(), &code);
+  GetExitCodeProcess(process_, &code);
   run.exitCode = code;
   return run;
 }

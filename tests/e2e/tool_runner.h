@@ -4,6 +4,7 @@
 
 #include <cstdint>
 #include <filesystem>
+#include <memory>
 #include <string>
 #include <vector>
 
@@ -12,6 +13,27 @@ namespace tarn::e2e {
 struct ToolRun {
   uint32_t exitCode = 0;
   std::string out;  // standard output, byte for byte
+};
+
+// A tool that was started and not yet waited for. Ended when dropped while still running.
+class RunningTool {
+ public:
+  ~RunningTool();
+  RunningTool(const RunningTool&) = delete;
+  RunningTool& operator=(const RunningTool&) = delete;
+
+  uint32_t processId() const { return processId_; }
+  // True when the tool is still running after `waitMs`.
+  bool StillRunningAfter(uint32_t waitMs) const;
+  // Reads its standard output to the end and its exit code (bounded wait).
+  ToolRun Wait();
+
+ private:
+  friend class Sandbox;
+  RunningTool() = default;
+  void* process_ = nullptr;  // HANDLEs, kept out of this header
+  void* output_ = nullptr;
+  uint32_t processId_ = 0;
 };
 
 // A fresh folder holding a copy of the tool; removed again at the end of the test.
@@ -29,6 +51,10 @@ class Sandbox {
   // `programArg` is given; the child starts in `workingDir` (the sandbox by default).
   ToolRun Run(const std::vector<std::wstring>& args, const std::wstring& programArg = L"",
               const std::filesystem::path& workingDir = {}) const;
+  // The same, without waiting for the tool to end; null when it could not be started.
+  std::unique_ptr<RunningTool> Start(const std::vector<std::wstring>& args,
+                                     const std::wstring& programArg = L"",
+                                     const std::filesystem::path& workingDir = {}) const;
 
   void WriteFile(const std::string& name, const std::string& bytes) const;
   bool Exists(const std::string& name) const;
