@@ -1,8 +1,11 @@
 #include "app/command_table.h"
 
 #include "app/challenge_handler.h"
+#include "app/competitor_handlers.h"
+#include "app/scan_handlers.h"
 #include "app/status_handlers.h"
 #include "app/system_handlers.h"
+#include "ops/last_system_scan.h"
 #include "ops/product_status.h"
 #include "ops/update_health.h"
 
@@ -18,10 +21,17 @@ const CommandBinding kBindings[] = {
     {Command::kHasCriticalIssues, GetCriticalIssues},
     {Command::kIsUpToDate, AnswerUpToDate},
     {Command::kGetUpdateLocations, GetUpdateLocations},
+    {Command::kStartUpdate, nullptr, HandleStartUpdate},
     {Command::kGetProductVersion, GetProductVersion},
     {Command::kGetLastUpdate, GetLastUpdateTime},
     {Command::kGetFeatureStatus, GetFeatureStatus},
+    {Command::kGetLastSystemScan, GetLastSystemScan},
+    {Command::kStartFullScan, nullptr, HandleStartFullScan},
+    {Command::kStartQuickScan, nullptr, HandleStartQuickScan},
     {Command::kGetVersion, AnswerToolVersion},
+    {Command::kCompetitorsAssessment, AnswerCompetitorsAssessment},
+    {Command::kRemoveCompetitors, AnswerRemoveCompetitors},
+    {Command::kRemoveAllCompetitors, AnswerRemoveAllCompetitors},
     {Command::kGetChallenge, AnswerChallenge},
 };
 
