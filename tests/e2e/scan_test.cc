@@ -1,0 +1,248 @@
+// Update start, the on-demand scans and the last system scan, end to end against the simulated
+// agent: the agent's reply, its scan events and its scan logs as scenarios.
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <chrono>
+
+#include "tests/e2e/simulated_agent.h"
+#include "tests/e2e/tool_runner.h"
+
+namespace tarn::e2e {
+namespace {
+
+bool Has(const std::vector<std::string>& log, const std::string& line) {
+  return std::find(log.begin(), log.end(), line) != log.end();
+}
+
+struct CommandCase {
+  const char* name;
+  std::string scenario;  // JSON text; empty: healthy
+  std::vector<std::wstring> args;
+  uint32_t exitCode;
+  std::string answer;
+  const char* logLine;  // must be logged
+};
+
+class ScanCommandsTest : public AgentTest {
+ protected:
+  void SetUp() override {
+    AgentTest::SetUp();
+    ASSERT_EQ(sim::DeleteTree(sim::AgentDirectory() / L"Logs"), 0u);
+  }
+
+  void Expect(const std::vector<CommandCase>& cases) {
+    for (const auto& c : cases) {
+      Sandbox box;
+      box.EnableLogging();
+      if (c.scenario.empty()) {
+        ASSERT_EQ(sim::SelectScenario(kit_, L"healthy"), 0u);
+      } else {
+        UseScenario(c.scenario);
+      }
+      const ToolRun run = box.Run(c.args);
+      EXPECT_EQ(run.exitCode, c.exitCode) << c.name;
+      EXPECT_EQ(run.out, c.answer) << c.name;
+      EXPECT_TRUE(Has(box.LogMessages(), c.logLine)) << c.name << ": no \"" << c.logLine << "\"";
+    }
+  }
+};
+
+// A scenario whose scans answer with `entry` (the members of the method's entry).
+std::string Scans(const std::string& entry) {
+  return R"({"methods":{"FileScan.OnDemand.RunScanTask":{)" + entry + "}}}";
+}
+
+TEST_F(ScanCommandsTest, ScansAnswerWithTheAgentsValue) {
+  Expect({
+      {"started, no wait",
+       "",
+       {L"-startfullscan"},
+       0,
+       "0",
+       "Could not execute method. Error code: 0"},
+      {"started, with a wait",
+       "",
+       {L"-STARTQUICKSCAN", L"1000"},
+       0,
+       "0",
+       "Product has an event. Scan error: 0"},
+      {"failed",
+       Scans(R"("delayMs":1000,"events":[{"name":"FileScan.OnDemand.ScanFailed"}])"),
+       {L"-startfullscan", L"5000"},
+       0,
+       "5023",
+       "Product has an event. Scan error: 5023"},
+      {"wrong case and other names are skipped",
+       Scans(R"("noReply":true,"events":[{"name":"filescan.ondemand.scanfailed"},)"
+             R"({"name":"FileScan.OnDemand.ScanProgress"},)"
+             R"({"name":"FileScan.OnDemand.ScanFailed","delayMs":300}])"),
+       {L"-startquickscan", L"5000"},
+       0,
+       "5023",
+       "Product has an event. Scan error: 5023"},
+      {"the agent's error, no wait",
+       Scans(R"("reply":{"error":7})"),
+       {L"-startquickscan"},
+       0,
+       "7",
+       "Finished starting quick scan with error code: 7"},
+      {"request refused, with a wait",
+       R"({"run":87})",
+       {L"-startfullscan", L"60000"},
+       50,
+       "",
+       "Could not execute method. Error code: 50"},
+  });
+}
+
+TEST_F(ScanCommandsTest, AReplyFirstEndsTheWaitAndTheLaterEventIsDropped) {
+  Sandbox box;
+  box.EnableLogging();
+  UseScenario(Scans(
+      R"("reply":{"error":0},"events":[{"name":"FileScan.OnDemand.ScanFailed","delayMs":1500}])"));
+  const ToolRun run = box.Run({L"-startfullscan", L"60000"});
+  EXPECT_EQ(run.exitCode, 0u);
+  EXPECT_EQ(run.out, "0");
+  EXPECT_FALSE(Has(box.LogMessages(), "Product has an event. Scan error: 5023"));
+  const auto events = Journal("event");
+  ASSERT_EQ(events.size(), 1u);
+  EXPECT_FALSE(events[0]["delivered"].GetBool());  // the tool had gone
+}
+
+TEST_F(ScanCommandsTest, NoAnswerWithinTheWaitIs1460NotBeforeTheFloor) {
+  Sandbox box;
+  box.EnableLogging();
+  UseScenario(Scans(R"("noReply":true)"));
+  const auto start = std::chrono::steady_clock::now();
+  const ToolRun run = box.Run({L"-startquickscan", L"1000"});
+  const auto waited = std::chrono::steady_clock::now() - start;
+  EXPECT_EQ(run.exitCode, 1460u);
+  EXPECT_EQ(run.out, "");
+  EXPECT_GE(waited, std::chrono::milliseconds(5000));  // 1000 ms is raised to the 5000 ms floor
+  EXPECT_TRUE(Has(box.LogMessages(), "Could not execute method. Error code: 1460"));
+}
+
+TEST_F(ScanCommandsTest, ScanRequestsAreTheTemplates) {
+  Sandbox box;
+  ASSERT_EQ(box.Run({L"-startfullscan"}).exitCode, 0u);
+  ASSERT_EQ(box.Run({L"-startquickscan", L"5000"}).exitCode, 0u);
+  const auto requests = Journal("request");
+  ASSERT_EQ(requests.size(), 2u);
+  const std::string scan =
+      R"({"type":"none","data":{"FileScan.OnDemand":[{"@name":"RunScanTask","input":)"
+      R"({"runCustomTask":false,"storedScanTask":{"userSid":"","taskId":")";
+  EXPECT_EQ(requests[0]["request"].GetString(),
+            scan + R"(dcf483c4-26d0-4e6f-ba28-6a53a00adae1"},"customScanTask":{}}}]}})");
+  EXPECT_EQ(requests[1]["request"].GetString(),
+            scan + R"(da29f7c8-23b1-4974-8d11-209959ac694b"},"customScanTask":{}}}]}})");
+}
+
+TEST_F(ScanCommandsTest, BadArguments) {
+  Expect({
+      {"letters in the wait", "", {L"-startfullscan", L"12a"}, 160, "", "Bad arguments"},
+      {"a negative wait", "", {L"-startfullscan", L"-1"}, 160, "", "Bad arguments"},
+      {"a signed wait", "", {L"-startquickscan", L"+5000"}, 160, "", "Bad arguments"},
+      {"two waits", "", {L"-startquickscan", L"5000", L"5000"}, 160, "", "Bad arguments."},
+      {"update with an argument", "", {L"-startupdate", L"now"}, 160, "", "Bad arguments"},
+      {"last scan with an argument", "", {L"-getlastsystemscan", L"x"}, 160, "", "Bad arguments"},
+  });
+}
+
+TEST_F(ScanCommandsTest, UpdateStart) {
+  const std::string update = R"({"methods":{"Update.StartUpdate":)";
+  Expect({
+      {"started", "", {L"-startupdate"}, 0, "0", "Finished to start update with error code: 0"},
+      {"the agent's error",
+       update + R"({"reply":{"error":5}}}})",
+       {L"-startupdate"},
+       0,
+       "5",
+       "Finished to Start update with error code: 0"},
+      {"request refused",
+       R"({"run":87})",
+       {L"-startupdate"},
+       50,
+       "",
+       "Failed to execute method. Error code: 50"},
+      {"malformed reply",
+       update + R"({"rawReply":"[]"}}})",
+       {L"-startupdate"},
+       0,
+       "3",
+       "Invalid JSON. Response has parse errors or is not an object"},
+  });
+  const auto requests = Journal("request");
+  ASSERT_FALSE(requests.empty());
+  EXPECT_STREQ(requests[0]["request"].GetString(),
+               R"({"type":"oxsdk","data":{"Update":[{"@name":"StartUpdate","input":{}}]}})");
+}
+
+const std::wstring kFull = L"full";
+const std::wstring kQuick = L"quick";
+
+TEST_F(ScanCommandsTest, LastSystemScanReadsTheNewestLogOfEachTask) {
+  Sandbox box;
+  box.EnableLogging();
+  EXPECT_EQ(box.Run({L"-getlastsystemscan"}).out, "");  // no logs: an empty answer and 0
+
+  const auto write = [](const std::wstring& task, const wchar_t* file, const char* start,
+                        int64_t lastWrite) {
+    ASSERT_EQ(sim::WriteScanLog(sim::ScanTaskId(task), file, sim::ScanSummaryXml(start, "65500"),
+                                lastWrite),
+              0u);
+  };
+  write(kFull, L"a-newest.xml", "1700000000", 1700003000);
+  write(kFull, L"z-by-name.xml", "1600000000", 1700002000);
+  write(kFull, L".hidden.xml", "1500000000", 1700009000);
+  write(kFull, L"later.txt", "1400000000", 1700009000);
+  write(kQuick, L"q.xml", "1650000000", 1650001000);
+  const ToolRun run = box.Run({L"-getlastsystemscan"});
+  EXPECT_EQ(run.exitCode, 0u);
+  EXPECT_EQ(run.out, "1700000065|1650000065");
+  const auto log = box.LogMessages();
+  EXPECT_TRUE(Has(log,
+                  "Find log: C:\\Program Files\\Arvantis\\TARN\\Logs\\system\\"
+                  "dcf483c4-26d0-4e6f-ba28-6a53a00adae1"));
+  EXPECT_TRUE(Has(log,
+                  "Find log: C:\\Program Files\\Arvantis\\TARN\\Logs\\system\\"
+                  "da29f7c8-23b1-4974-8d11-209959ac694b"));
+  EXPECT_TRUE(Has(log, "Finished get last system scan with error code: 0"));
+
+  ASSERT_EQ(sim::DeleteTree(sim::ScanLogFolder(sim::ScanTaskId(kFull))), 0u);
+  EXPECT_EQ(box.Run({L"-getlastsystemscan"}).out, "1650000065");
+}
+
+TEST_F(ScanCommandsTest, AMalformedNewestLogFailsWithoutFallingBack) {
+  ASSERT_EQ(sim::WriteScanLog(sim::ScanTaskId(kFull), L"old.xml",
+                              sim::ScanSummaryXml("1700000000", "0"), 1700000000),
+            0u);
+  ASSERT_EQ(sim::WriteScanLog(sim::ScanTaskId(kQuick), L"q.xml",
+                              sim::ScanSummaryXml("1700000000", "0"), 1700000000),
+            0u);
+  const struct {
+    std::string content;
+    const char* line;
+  } cases[] = {
+      {"<ScanSummary><startTime>1</startTime>", "Invalid XML file"},
+      {"<Scan><startTime>1</startTime><duration>1</duration></Scan>",
+       "Invalid XML file. Could not find \"ScanSummary\" node"},
+      {"<ScanSummary><duration>1</duration></ScanSummary>",
+       "Invalid XML file. Could not find \"startTime\" node"},
+      {"<ScanSummary><startTime>1</startTime></ScanSummary>",
+       "Invalid XML. Could not find \"duration\" node"},
+  };
+  for (const auto& c : cases) {
+    Sandbox box;
+    box.EnableLogging();
+    ASSERT_EQ(sim::WriteScanLog(sim::ScanTaskId(kFull), L"new.xml", c.content, 1700001000), 0u);
+    const ToolRun run = box.Run({L"-getlastsystemscan"});
+    EXPECT_EQ(run.exitCode, 13u) << c.line;
+    EXPECT_EQ(run.out, "") << c.line;
+    const auto log = box.LogMessages();
+    EXPECT_EQ(log.back(), c.line);
+  }
+}
+
+}  // namespace
+}  // namespace tarn::e2e
