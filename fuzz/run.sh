@@ -9,7 +9,7 @@ here=$(cd "$(dirname "${BASH_SOURCE[0]}")" && pwd)
 top=$(cd "$here/.." && pwd)
 seconds=${1:-60}
 build=${TARN_FUZZ_BUILD:-$top/build/fuzz}
-targets=(ber_reader auth_message time_message)
+targets=(ber_reader auth_message time_message event_payload scan_log)
 
 cmake -S "$top" -B "$build" -G Ninja -DCMAKE_C_COMPILER=clang -DCMAKE_CXX_COMPILER=clang++ \
   -DTARN_FUZZ=ON >"$build.configure.log" 2>&1 || { cat "$build.configure.log"; exit 1; }
