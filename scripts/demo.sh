@@ -44,6 +44,22 @@ run -getupdatestatus Antivirus
 run -isuptodate
 
 echo
+echo "== updates and scans"
+run -startupdate
+run -startfullscan
+run -startquickscan 5000
+simagent scanlog full scan-1.xml 1700000000 65500 1700000100
+simagent scanlog quick scan-1.xml 1700100000 120000 1700100200
+run -getlastsystemscan
+simagent scenario scan-failed
+run -startquickscan 5000
+simagent scenario healthy
+
+echo
+echo "== competitor commands need an authorization (tools/auth-issuer shows how to make one)"
+run -competitorsassessment
+
+echo
 echo "== an agent with critical issues (scenario: critical-issues)"
 simagent scenario critical-issues
 run -hascriticalissues
