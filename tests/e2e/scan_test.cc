@@ -123,21 +123,6 @@ TEST_F(ScanCommandsTest, NoAnswerWithinTheWaitIs1460NotBeforeTheFloor) {
   EXPECT_TRUE(Has(box.LogMessages(), "Could not execute method. Error code: 1460"));
 }
 
-TEST_F(ScanCommandsTest, ScanRequestsAreTheTemplates) {
-  Sandbox box;
-  ASSERT_EQ(box.Run({L"-startfullscan"}).exitCode, 0u);
-  ASSERT_EQ(box.Run({L"-startquickscan", L"5000"}).exitCode, 0u);
-  const auto requests = Journal("request");
-  ASSERT_EQ(requests.size(), 2u);
-  const std::string scan =
-      R"({"type":"none","data":{"FileScan.OnDemand":[{"@name":"RunScanTask","input":)"
-      R"({"runCustomTask":false,"storedScanTask":{"userSid":"","taskId":")";
-  EXPECT_EQ(requests[0]["request"].GetString(),
-            scan + R"(dcf483c4-26d0-4e6f-ba28-6a53a00adae1"},"customScanTask":{}}}]}})");
-  EXPECT_EQ(requests[1]["request"].GetString(),
-            scan + R"(da29f7c8-23b1-4974-8d11-209959ac694b"},"customScanTask":{}}}]}})");
-}
-
 TEST_F(ScanCommandsTest, BadArguments) {
   Expect({
       {"letters in the wait", "", {L"-startfullscan", L"12a"}, 160, "", "Bad arguments"},
