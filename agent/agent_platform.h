@@ -22,7 +22,8 @@ using SdkMethodFunction =
                            const std::wstring& methodKey, const std::wstring& explicitRequest,
                            const std::wstring& commandName, Logger* log)>;
 
-// A fresh GUID as "%08x-%04x-%04x-%02x%02x-%02x%02x%02x%02x%02x%02x"; 0 or the system's code.
+/// A fresh GUID as "%08x-%04x-%04x-%02x%02x-%02x%02x%02x%02x%02x%02x": 0, or the system's code
+/// with `text` untouched.
 using GuidTextMaker = std::function<uint32_t(std::string& text)>;
 
 struct AgentPlatform {
@@ -33,7 +34,8 @@ struct AgentPlatform {
 
 // The system's (Windows): ExecuteSdkMethod, CoCreateGuid and CreateThread.
 const AgentPlatform& SystemAgentPlatform();
-uint32_t CreateGuidText(std::string& text);
+/// A GuidTextMaker: 0, or the last error (the HRESULT when there is none), `text` untouched.
+[[nodiscard]] uint32_t CreateGuidText(std::string& text);
 std::unique_ptr<EventThread> NewSystemEventThread();
 
 }  // namespace tarn

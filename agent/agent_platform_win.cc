@@ -1,5 +1,7 @@
-#include <objbase.h>
 #include <windows.h>
+// clang-format off
+#include <objbase.h>
+// clang-format on
 
 #include "agent/agent_platform.h"
 #include "agent/sdk_requests.h"

@@ -56,39 +56,37 @@ bool ReadEntry(const rapidjson::Value& element, RemovalEntry& entry) {
 template <typename Entry>
 bool ReadCompetitorEvent(const std::string& payload, const char* awaitedName,
                          const RunContext& context, int64_t& result, std::vector<Entry>& entries) {
-  result = 0;
+  int64_t code = 0;
   try {
     rapidjson::Document event;
     // Iterative: a deeply nested payload must not exhaust the event thread's stack.
     event.Parse<rapidjson::kParseIterativeFlag>(payload.c_str(), payload.size());
     if (event.HasParseError() || !event.IsObject()) {
-      result = kErrorMalformed;
-      return true;
-    }
-    if (!IsString(Member(event, "@name"), awaitedName)) return true;
-
-    const rapidjson::Value* runContext = ObjectMember(event, "runContext");
-    if (runContext == nullptr || !IsString(Member(*runContext, "otherData"), context.otherData) ||
-        !IsString(Member(*runContext, "someData"), context.someData)) {
-      return false;
-    }
-
-    const rapidjson::Value* products = Member(event, "products");
-    if (products == nullptr || !products->IsArray()) {
-      result = kErrorMalformed;
-      return true;
-    }
-    for (const rapidjson::Value& element : products->GetArray()) {
-      Entry entry;
-      if (!ReadEntry(element, entry)) {
-        result = kErrorMalformed;
-        return true;
+      code = kErrorMalformed;
+    } else if (IsString(Member(event, "@name"), awaitedName)) {
+      const rapidjson::Value* runContext = ObjectMember(event, "runContext");
+      if (runContext == nullptr || !IsString(Member(*runContext, "otherData"), context.otherData) ||
+          !IsString(Member(*runContext, "someData"), context.someData)) {
+        return false;
       }
-      entries.push_back(std::move(entry));
+      const rapidjson::Value* products = Member(event, "products");
+      if (products == nullptr || !products->IsArray()) {
+        code = kErrorMalformed;
+      } else {
+        for (const rapidjson::Value& element : products->GetArray()) {
+          Entry entry;
+          if (!ReadEntry(element, entry)) {
+            code = kErrorMalformed;
+            break;
+          }
+          entries.push_back(std::move(entry));
+        }
+      }
     }
   } catch (const std::bad_alloc&) {
-    result = kErrorNotEnoughMemory;
+    code = kErrorNotEnoughMemory;
   }
+  result = code;
   return true;
 }
 

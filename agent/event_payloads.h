@@ -34,14 +34,15 @@ struct RemovalEntry {
   std::string productName;
 };
 
-// Read an awaited event's payload. They return false when the payload belongs to another run
-// (its run context differs or is missing): the event is then not taken. Otherwise they return
-// true with `result` 0 and the products appended to `entries`, 3 for a malformed payload (the
-// entries read so far stay) or 8 when memory ran out. A payload whose "@name" is not the
-// awaited event's is taken with result 0 and no products.
-bool ReadAssessmentEvent(const std::string& payload, const RunContext& context, int64_t& result,
-                         std::vector<CompetitorEntry>& entries);
-bool ReadRemovalEvent(const std::string& payload, const RunContext& context, int64_t& result,
-                      std::vector<RemovalEntry>& entries);
+// Read an awaited event's payload. A payload whose "@name" is not the awaited event's is taken
+// with result 0 and no products.
+/// False when the payload belongs to another run (its run context differs or is missing): the
+/// event is not taken and nothing is written. Otherwise true with `result` 0 and the products
+/// appended to `entries`, or `result` 3 for a malformed payload (the entries read so far stay)
+/// or 8 when memory ran out.
+[[nodiscard]] bool ReadAssessmentEvent(const std::string& payload, const RunContext& context,
+                                       int64_t& result, std::vector<CompetitorEntry>& entries);
+[[nodiscard]] bool ReadRemovalEvent(const std::string& payload, const RunContext& context,
+                                    int64_t& result, std::vector<RemovalEntry>& entries);
 
 }  // namespace tarn

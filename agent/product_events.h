@@ -33,14 +33,15 @@ extern ProductEventResults EventResults;
 // Event thread bodies; `context` is the ProductEventResults to fill (null: return at once). Each
 // takes events from the front of the queue, drops those it does not wait for, and ends when its
 // event was taken (then raising the product-event-seen and wait-finished flags) or when the
-// wait-finished flag is raised. They return 0 and never throw.
+// wait-finished flag is raised. None throws.
 //
 // ProcessProductEvents: a scan's start or failure; a reply that arrives first also ends it.
-uint32_t ProcessProductEvents(void* context);
 // ProcessScanCompetitorsEvents: the end of an assessment of this run (its run context).
-uint32_t ProcessScanCompetitorsEvents(void* context);
 // ProcessRemoveCompetitorsEvents: the end of a removal of this run.
-uint32_t ProcessRemoveCompetitorsEvents(void* context);
+/// Always 0: the outcome is in `context` and the flags.
+[[nodiscard]] uint32_t ProcessProductEvents(void* context);
+[[nodiscard]] uint32_t ProcessScanCompetitorsEvents(void* context);
+[[nodiscard]] uint32_t ProcessRemoveCompetitorsEvents(void* context);
 
 // How long an event thread may take to end once the wait-finished flag is up: it only has to
 // wake and return, so reaching this bound means something is badly wrong.

@@ -13,17 +13,18 @@ namespace tarn {
 
 class Logger;
 
-// Both hand `commandName` to the session, which chooses the reply and product waits by it.
-// They return 0 with the products of this run's event in the list (none when the event was not
-// taken), 3 for a malformed event, 8 when memory ran out, the session's failure, or the failure
-// the agent or the library reported (the event thread is then released within 20 s).
-uint32_t StartCompetitorsAssessment(std::vector<CompetitorEntry>& competitors,
-                                    const std::wstring& commandName, const AgentPlatform& platform,
-                                    Logger* log);
-uint32_t StartCompetitorsRemoval(std::vector<RemovalEntry>& removals,
-                                 const std::vector<std::wstring>& ids,
-                                 const std::wstring& commandName, const AgentPlatform& platform,
-                                 Logger* log);
+// Both hand `commandName` to the session, which chooses the reply and product waits by it. A
+// failure the agent or the library reports releases the event thread within 20 s.
+/// 0 with the products of this run's event in the list (none when no event was taken); 3 for a
+/// malformed event, 8 when memory ran out, the session's code, or the code the agent or the
+/// library reported, each with the list untouched.
+[[nodiscard]] uint32_t StartCompetitorsAssessment(std::vector<CompetitorEntry>& competitors,
+                                                  const std::wstring& commandName,
+                                                  const AgentPlatform& platform, Logger* log);
+[[nodiscard]] uint32_t StartCompetitorsRemoval(std::vector<RemovalEntry>& removals,
+                                               const std::vector<std::wstring>& ids,
+                                               const std::wstring& commandName,
+                                               const AgentPlatform& platform, Logger* log);
 
 // The requests, byte for byte. The identifiers are inserted as given, without escaping.
 std::wstring AssessmentRequest(const RunContext& context);

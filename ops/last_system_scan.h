@@ -34,16 +34,20 @@ struct ScanLogAccess {
 };
 
 // Fills `payload` with the end times in seconds, full scan first, joined by "|"; a task without
-// a log adds nothing. 0 (also with no log at all); the image path lookup's or the listing's code;
-// for a newest log that cannot be used, the read's code or 13 (no older log stands in for it).
-uint32_t GetLastSystemScan(std::string& payload, const ScanLogAccess& access, Logger* log);
+// a log adds nothing.
+/// 0, also with no log at all; the image path lookup's or the listing's code; for a newest log
+/// that cannot be used, the read's code or 13 (no older log stands in for it). `payload` is
+/// untouched on failure.
+[[nodiscard]] uint32_t GetLastSystemScan(std::string& payload, const ScanLogAccess& access,
+                                         Logger* log);
 // With the system's access (ops/last_system_scan_win.cc).
-uint32_t GetLastSystemScan(std::string& payload, Logger* log);
+[[nodiscard]] uint32_t GetLastSystemScan(std::string& payload, Logger* log);
 
 // Reads a scan log: its "ScanSummary" root's "startTime" (seconds) and "duration"
-// (milliseconds), combined into the end time in seconds. 0, 13 for a log that is not XML or
-// lacks a node (logged), or 8 when memory ran out.
-uint32_t ReadScanEndTime(const std::string& xml, int64_t& endTime, Logger* log);
+// (milliseconds), combined into the end time in seconds.
+/// 0; 13 for a log that is not XML or lacks a node (logged), 8 when memory ran out, each with
+/// `endTime` untouched.
+[[nodiscard]] uint32_t ReadScanEndTime(const std::string& xml, int64_t& endTime, Logger* log);
 
 // The number at the start of `text`, as the C library's atoi reads it on Windows: leading blanks,
 // a sign, decimal digits; 0 without digits; clamped to the 32-bit range.
