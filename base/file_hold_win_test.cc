@@ -1,3 +1,5 @@
+#include <windows.h>
+
 #include <gtest/gtest.h>
 
 #include <filesystem>
@@ -5,6 +7,7 @@
 #include <random>
 
 #include "base/file_hold.h"
+#include "base/win_handles.h"
 
 namespace tarn {
 namespace {

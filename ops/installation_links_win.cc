@@ -6,6 +6,7 @@
 #include "base/file_hold.h"
 #include "base/log.h"
 #include "base/result_codes.h"
+#include "base/win_handles.h"
 #include "ops/installation_links.h"
 
 namespace tarn {
