@@ -463,8 +463,8 @@ TEST_F(LifecycleTest, UninstallAnswersHowFarItGot) {
 }
 
 // With a service stopped the agent is not asked for the endpoint's identity (README): detect
-// answers "2|" alone, an install is refused as the agent is there, and an uninstall stops before
-// it looks for the installer, by the letter.
+// answers "2|" alone, an install is refused as the agent is there, and an uninstall, which
+// identifies the endpoint before it looks for the installer, stops without running it.
 TEST_F(LifecycleTest, StoppedServices) {
   StopSecurityService();
   Sandbox box;
