@@ -18,14 +18,18 @@ namespace {
 using InstallOperation = uint32_t (*)(const LifecycleSystem& system, const InstallRequest& request,
                                       std::string& answer, Logger* log);
 
-uint32_t Finish(uint32_t code) {
+// Stores and prints the answer; these commands print on every path.
+/// `code`.
+[[nodiscard]] uint32_t Finish(uint32_t code) {
   ResultCode = code;
   WriteResultText();
   return ResultCode;
 }
 
-uint32_t AnswerInstall(Command command, InstallOperation operation, std::string& answer,
-                       Logger* log) {
+/// The first failing check's or step's code, else the installer's exit code; `answer` stays
+/// "0|||" unless the installer ran.
+[[nodiscard]] uint32_t AnswerInstall(Command command, InstallOperation operation,
+                                     std::string& answer, Logger* log) {
   // Printed on every path; the final detect replaces it once the installer has run.
   answer = "0|||";
   InstallRequest request;

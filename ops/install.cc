@@ -22,8 +22,9 @@ bool AgentFound(const std::string& detected) {
 // between the check and the start. A hold that fails because someone has the file open for
 // writing or deleting refuses the run; any other hold failure leaves the answer to the check.
 /// Returns 0 with the program's result in `exitCode`, or the code that refused the run.
-uint32_t RunMakersProgram(const LifecycleSystem& system, const std::wstring& path,
-                          const std::wstring& commandLine, uint32_t& exitCode, Logger* log) {
+[[nodiscard]] uint32_t RunMakersProgram(const LifecycleSystem& system, const std::wstring& path,
+                                        const std::wstring& commandLine, uint32_t& exitCode,
+                                        Logger* log) {
   FileHold hold;
   if (const uint32_t code = system.holdFileForUse(path, hold); IsHoldConflict(code)) {
     return LogFailure(log, L"Cannot hold the installer against changes. Error code: ", code);
@@ -42,7 +43,8 @@ uint32_t RunMakersProgram(const LifecycleSystem& system, const std::wstring& pat
   return 0;
 }
 
-uint32_t EditInstallerXml(const InstallRequest& request, Logger* log) {
+/// 0, or the failing edit's code (the file is then as it was).
+[[nodiscard]] uint32_t EditInstallerXml(const InstallRequest& request, Logger* log) {
   if (request.resumeAfterReboot) {
     WriteLog(log, L"Install with resume after reboot");
     if (const uint32_t code = UpdateXmlNode(request.xmlPath, kResumeAfterRebootNode, "1", log);
@@ -68,8 +70,10 @@ std::wstring InFolder(const std::wstring& folder, const wchar_t* name) {
   return folder.empty() ? std::wstring(name) : folder + L"\\" + name;
 }
 
-uint32_t MoveInto(const LifecycleSystem& system, const std::wstring& from, const std::wstring& to,
-                  const wchar_t* moving, const wchar_t* failed, Logger* log) {
+/// 0, or the move's Win32 code (nothing moved).
+[[nodiscard]] uint32_t MoveInto(const LifecycleSystem& system, const std::wstring& from,
+                                const std::wstring& to, const wchar_t* moving,
+                                const wchar_t* failed, Logger* log) {
   WriteLog(log, moving + to);
   // A file that already has its place and name stays where it is.
   if (EqualsIgnoreCase(from, to)) return 0;

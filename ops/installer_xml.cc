@@ -41,8 +41,9 @@ bool SaveXml(const std::wstring& path, const tinyxml2::XMLDocument& document) {
 using DocumentEdit = uint32_t (*)(tinyxml2::XMLDocument& document, const std::string& node,
                                   const std::string& value, Logger* log);
 
-uint32_t EditFile(const std::wstring& path, DocumentEdit edit, const std::string& node,
-                  const std::string& value, Logger* log) {
+/// 0, or the load's, the edit's or the save's code; the file is unchanged unless it is 0.
+[[nodiscard]] uint32_t EditFile(const std::wstring& path, DocumentEdit edit,
+                                const std::string& node, const std::string& value, Logger* log) {
   tinyxml2::XMLDocument document;
   if (!LoadXml(path, document)) {
     WriteLog(log, L"Invalid XML file");

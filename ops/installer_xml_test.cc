@@ -101,12 +101,6 @@ TEST_F(InstallerXmlTest, EachEditChangesExactlyItsValues) {
                 "XML updated successfully"}));
 }
 
-TEST_F(InstallerXmlTest, ByteOrderMarkAndEmptyFeatureListSurviveAnEdit) {
-  const std::wstring file = Write("\xEF\xBB\xBF<config><features/></config>");
-  ASSERT_EQ(SetFeatureActions(file, nullptr), 0u);
-  EXPECT_EQ(Read().substr(0, 3), "\xEF\xBB\xBF");
-}
-
 TEST_F(InstallerXmlTest, RefusedEditsLeaveTheFileAsItWas) {
   enum Edit { kResume, kFeatures };
   const struct {

@@ -15,9 +15,12 @@
 namespace tarn {
 namespace {
 
-uint32_t FileAttributes(const std::wstring& path) { return GetFileAttributesW(path.c_str()); }
+[[nodiscard]] uint32_t FileAttributes(const std::wstring& path) {
+  return GetFileAttributesW(path.c_str());
+}
 
-uint32_t ListFolder(const std::wstring& pattern, std::vector<FolderEntry>& entries) {
+/// 0, or the enumeration's Win32 code; `entries` is untouched on failure.
+[[nodiscard]] uint32_t ListFolder(const std::wstring& pattern, std::vector<FolderEntry>& entries) {
   WIN32_FIND_DATAW found{};
   UniqueFindHandle find(FindFirstFileW(pattern.c_str(), &found));
   if (!find) return LastErrorOr(ERROR_PATH_NOT_FOUND);
@@ -36,7 +39,8 @@ std::wstring WindowsDirectory() {
   return length > 0 && length < MAX_PATH ? std::wstring(directory, length) : std::wstring();
 }
 
-uint32_t MoveFileReplacing(const std::wstring& from, const std::wstring& to) {
+/// 0, or the move's Win32 code.
+[[nodiscard]] uint32_t MoveFileReplacing(const std::wstring& from, const std::wstring& to) {
   return MoveFileExW(from.c_str(), to.c_str(), MOVEFILE_REPLACE_EXISTING | MOVEFILE_COPY_ALLOWED)
              ? 0
              : LastErrorOr(ERROR_GEN_FAILURE);

@@ -10,6 +10,7 @@
 
 #include <algorithm>
 
+#include "base/text.h"
 #include "base/win_handles.h"
 #include "tests/e2e/simulated_agent.h"
 #include "tests/e2e/tool_runner.h"
@@ -25,15 +26,7 @@ const std::string kIdentity =
     R"("ar.Product.Configuration.GetKivoroIdentity":{"reply":{"output":{"endpointID":")" + kHwid +
     R"(","companyID":"C-000451"}}})";
 
-std::string Utf8(const std::filesystem::path& path) {
-  const std::wstring wide = path.wstring();
-  std::string out(WideCharToMultiByte(CP_UTF8, 0, wide.c_str(), -1, nullptr, 0, nullptr, nullptr),
-                  '\0');
-  WideCharToMultiByte(CP_UTF8, 0, wide.c_str(), -1, out.data(), static_cast<int>(out.size()),
-                      nullptr, nullptr);
-  out.pop_back();
-  return out;
-}
+std::string Utf8(const std::filesystem::path& path) { return WideToUtf8(path.wstring()); }
 
 bool Contains(const std::vector<std::string>& log, const std::string& line) {
   return std::find(log.begin(), log.end(), line) != log.end();
@@ -146,21 +139,6 @@ TEST_F(LifecycleTest, DetectAnswersTheAgentsState) {
   const ToolRun absent = box.Run({L"-detect"});
   EXPECT_EQ(absent.exitCode, 2u);
   EXPECT_EQ(absent.out, "0|||");
-}
-
-// The agent is asked for its identity only while its services run (README, "-detect").
-TEST_F(LifecycleTest, DetectWithStoppedServicesAnswersTwoAlone) {
-  StopSecurityService();
-  Sandbox box;
-  box.EnableLogging();
-  const ToolRun run = box.Run({L"-detect"});
-  EXPECT_EQ(run.exitCode, 30u);
-  EXPECT_EQ(run.out, "2|");
-  const auto log = box.LogMessages();
-  EXPECT_TRUE(Contains(log, "Cannot retrieve endpoint information"));
-  EXPECT_EQ(std::vector<std::string>(log.end() - 2, log.end()),
-            (std::vector<std::string>{"TARN Detect finished", "Error code: 30"}));
-  EXPECT_TRUE(Journal("request").empty());
 }
 
 TEST_F(LifecycleTest, InstallerStartsWithTheDocumentedCommandLine) {
@@ -317,29 +295,6 @@ TEST_F(LifecycleTest, InstallerOpenForWritingIsRefused) {
   EXPECT_TRUE(
       Contains(box.LogMessages(), "Cannot hold the installer against changes. Error code: 32"));
   EXPECT_TRUE(Calls(Module::kInstaller, box.dir()).empty());
-}
-
-TEST_F(LifecycleTest, InstallRefusedWhenDetectFailsButFindsTheAgent) {
-  StopSecurityService();
-  Sandbox box;
-  box.EnableLogging();
-  const auto installer = PlaceProgram(Module::kInstaller, box.dir(), L"Installer.exe");
-  const ToolRun run = box.Run({L"-runinstaller", installer.wstring()});
-  EXPECT_EQ(run.exitCode, 183u);
-  EXPECT_EQ(run.out, "0|||");
-  EXPECT_TRUE(Contains(box.LogMessages(), "TARN Already exists"));
-  EXPECT_TRUE(Calls(Module::kInstaller, box.dir()).empty());
-}
-
-TEST_F(LifecycleTest, InstallWithoutTheAgentStartsTheInstaller) {
-  ASSERT_EQ(sim::DeleteSecurityServiceKey(), 0u);
-  keyDeleted_ = true;
-  Sandbox box;
-  const auto installer = PlaceProgram(Module::kInstaller, box.dir(), L"Installer.exe");
-  const ToolRun run = box.Run({L"-runinstaller", installer.wstring()});
-  EXPECT_EQ(run.exitCode, 0u);
-  EXPECT_EQ(run.out, "0|||");  // the final detect finds no agent
-  EXPECT_EQ(Calls(Module::kInstaller, box.dir()).size(), 1u);
 }
 
 TEST_F(LifecycleTest, ArgumentFaultsPrintTheirAnswerAndCode) {
@@ -507,12 +462,30 @@ TEST_F(LifecycleTest, UninstallAnswersHowFarItGot) {
   EXPECT_EQ(box.LogMessages().back(), "File not found. TARN is not present");
 }
 
-// By the letter the endpoint is identified before the installer is looked for; with the services
-// stopped that fails, and the installer is not run (README, "-uninstall").
-TEST_F(LifecycleTest, UninstallWithStoppedServicesDoesNotRunTheInstaller) {
+// With a service stopped the agent is not asked for the endpoint's identity (README): detect
+// answers "2|" alone, an install is refused as the agent is there, and an uninstall, which
+// identifies the endpoint before it looks for the installer, stops without running it.
+TEST_F(LifecycleTest, StoppedServices) {
   StopSecurityService();
   Sandbox box;
-  const ToolRun run = box.Run({L"-uninstall"});
+  box.EnableLogging();
+  ToolRun run = box.Run({L"-detect"});
+  EXPECT_EQ(run.exitCode, 30u);
+  EXPECT_EQ(run.out, "2|");
+  auto log = box.LogMessages();
+  EXPECT_EQ(std::vector<std::string>(log.end() - 3, log.end()),
+            (std::vector<std::string>{"Cannot retrieve endpoint information",
+                                      "TARN Detect finished", "Error code: 30"}));
+  EXPECT_TRUE(Journal("request").empty());
+
+  const auto installer = PlaceProgram(Module::kInstaller, box.dir(), L"Installer.exe");
+  run = box.Run({L"-runinstaller", installer.wstring()});
+  EXPECT_EQ(run.exitCode, 183u);
+  EXPECT_EQ(run.out, "0|||");
+  EXPECT_EQ(box.LogMessages().back(), "TARN Already exists");
+  EXPECT_TRUE(Calls(Module::kInstaller, box.dir()).empty());
+
+  run = box.Run({L"-uninstall"});
   EXPECT_EQ(run.exitCode, 30u);
   EXPECT_EQ(run.out, "30|||");
   EXPECT_TRUE(Calls(Module::kInstaller, SetupFolder()).empty());
