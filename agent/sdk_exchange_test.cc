@@ -70,7 +70,7 @@ Outcome Exchange(SdkInstance& library, const std::wstring& method = L"Product.Ge
     id = "0000000" + std::to_string(counter++ % 10) + "-aaaa-bbbb-cccc-dddddddddddd";
     return idError;
   };
-  const std::wstring none, command = L"-getproductversion";
+  const std::wstring none, command;  // a session run for no command: the default reply wait
   SdkExchange exchange{method, none, command, makeId, replyTimeout};
   Outcome outcome{};
   outcome.result = RunSdkExchange(library, exchange, outcome.reply, outcome.apiError,

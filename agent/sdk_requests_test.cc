@@ -2,22 +2,28 @@
 
 #include <gtest/gtest.h>
 
+#include <cwctype>
+
+#include "base/command_facts.h"
+
 namespace tarn {
 namespace {
 
 TEST(SdkRequestsTest, ReplyWaitFollowsTheCommandWordInAnyCase) {
   using std::chrono::seconds;
-  const std::pair<const wchar_t*, seconds> cases[] = {
-      {L"-startFullScan", seconds(172800)},
-      {L"-STARTQUICKSCAN", seconds(21600)},
-      {L"-competitorsAssessment", seconds(300)},
-      {L"-removeCompetitors", seconds(300)},
-      {L"-removeallcompetitors", seconds(300)},
-      {L"-getproductversion", seconds(10)},
-      {L"", seconds(10)},
-      {L"-startfullscans", seconds(10)},
+  const std::pair<Command, seconds> cases[] = {
+      {Command::kStartFullScan, seconds(172800)},      {Command::kStartQuickScan, seconds(21600)},
+      {Command::kCompetitorsAssessment, seconds(300)}, {Command::kRemoveCompetitors, seconds(300)},
+      {Command::kRemoveAllCompetitors, seconds(300)},  {Command::kGetProductVersion, seconds(10)},
   };
-  for (const auto& [command, timeout] : cases) EXPECT_EQ(ReplyTimeoutFor(command), timeout);
+  for (const auto& [command, timeout] : cases) {
+    std::wstring word = FactsOf(command).word;
+    EXPECT_EQ(ReplyTimeoutFor(word), timeout);
+    for (wchar_t& c : word) c = static_cast<wchar_t>(std::towupper(static_cast<wint_t>(c)));
+    EXPECT_EQ(ReplyTimeoutFor(word), timeout);
+    EXPECT_EQ(ReplyTimeoutFor(word + L"s"), seconds(10));  // no command
+  }
+  EXPECT_EQ(ReplyTimeoutFor(L""), seconds(10));
 }
 
 TEST(SdkRequestsTest, RequestIdIsTheLowerCaseGuidText) {
