@@ -1,79 +1,58 @@
+// The exchange against the simulator's SDK instance, the same stand-in the end-to-end tests load
+// as "oxsdk.dll": it answers from its own threads, as the agent does, as its scenario says.
 #include "agent/sdk_exchange.h"
 
 #include <gtest/gtest.h>
 
 #include <atomic>
-#include <random>
+#include <memory>
+#include <string>
 #include <thread>
-#include <vector>
 
 #include "agent/sdk_session_state.h"
+#include "base/test_log_capture.h"
+#include "sim/oxsdk/instance.h"
 
 namespace tarn {
 namespace {
 
-constexpr char kContext[] = "library context";
-
-// A library stand-in: answers from its own threads after a random pause, as a real agent does.
-class FakeInstance final : public SdkInstance {
+// The tool's view of the library over the simulator's instance, as the loaded library presents
+// it. The instance keeps the record of its own type; the tool's callbacks are the same.
+class SimulatedLibrary final : public SdkInstance {
  public:
-  int32_t registerResult = 0;
-  int32_t runResult = 0;
-  int32_t unregisterResult = 0;
-  std::string replyText = R"({"response":{"data":{"Product":[{"error":0,"output":{"v":1}}]}}})";
-  bool replyUnderForeignId = false;
-  bool answer = true;
-  std::vector<std::string> events;  // names to send before the reply
-  unsigned seed = 1;
-
-  std::atomic<int> registered{0};
-  std::atomic<int> unregistered{0};
-  std::string sentRequest;
-
-  ~FakeInstance() {
-    for (auto& t : threads_) t.join();
+  explicit SimulatedLibrary(const std::string& scenario) {
+    sim::Scenario parsed;
+    std::string error;
+    EXPECT_TRUE(sim::Scenario::Parse(scenario, &parsed, &error)) << error;
+    instance_ = std::make_unique<sim::Instance>(std::move(parsed), [](const sim::JournalLine&) {});
   }
   void Reserved0() override {}
   void Reserved1() override {}
   void Reserved2() override {}
   int32_t Run(const char* request, const char* requestId) override {
-    sentRequest = request;
-    if (runResult != 0) return runResult;
-    const std::string id = replyUnderForeignId ? "00000000-0000-0000-0000-000000000000" : requestId;
-    std::mt19937 random(seed);
-    const auto pause = std::chrono::microseconds(random() % 2000);
-    if (answer) {
-      threads_.emplace_back([this, id, pause] {
-        std::this_thread::sleep_for(pause);
-        for (const auto& name : events) record_->onEvent((void*)kContext, name.c_str(), "{}");
-        // Stray traffic: a null context and another request's reply are ignored.
-        record_->onReply(nullptr, id.c_str(), nullptr, "{}");
-        record_->onReply((void*)kContext, "another-request", nullptr, "{}");
-        record_->onReply((void*)kContext, id.c_str(), nullptr, replyText.c_str());
-      });
-    }
-    return 0;
+    return instance_->Run(request, requestId);
   }
   int32_t RegisterNotifications(SdkNotificationRecord* record, uint64_t* cookie) override {
     EXPECT_EQ(record->size, 24u);
-    EXPECT_EQ(*cookie, 0u);
-    record_ = record;
-    ++registered;
-    return registerResult;
+    record_ = {sim::kRegistrationSize, record->onEvent, record->onReply};
+    return instance_->RegisterNotifications(&record_, cookie);
   }
-  int32_t UnregisterNotifications(SdkNotificationRecord* record) override {
-    EXPECT_EQ(record, record_);
-    // No callback may arrive after this returns: the record goes out of scope.
-    for (auto& t : threads_) t.join();
-    threads_.clear();
+  int32_t UnregisterNotifications(SdkNotificationRecord*) override {
     ++unregistered;
-    return unregisterResult;
+    return instance_->UnregisterNotifications(&record_);
   }
 
+  int unregistered = 0;
+
  private:
-  SdkNotificationRecord* record_ = nullptr;
-  std::vector<std::thread> threads_;
+  sim::Registration record_{};
+  std::unique_ptr<sim::Instance> instance_;
 };
+
+std::string WithStatus(const std::string& members) {
+  return std::string(R"({"methods": {"Product.GetStatus": {"reply": {"output": {"v": 1}})") +
+         members + "}}}";
+}
 
 struct Outcome {
   uint32_t result;
@@ -83,21 +62,19 @@ struct Outcome {
   rapidjson::Document reply;
 };
 
-Outcome Exchange(FakeInstance& instance, const std::wstring& method = L"Product.GetStatus",
+Outcome Exchange(SdkInstance& library, const std::wstring& method = L"Product.GetStatus",
                  std::chrono::milliseconds replyTimeout = std::chrono::seconds(5),
-                 RequestIdMaker makeId = nullptr) {
-  const std::wstring none, command = L"-getproductversion";
+                 Logger* log = nullptr, uint32_t idError = 0) {
   static std::atomic<int> counter{0};
-  if (!makeId) {
-    makeId = [](std::string& id) {
-      id = "0000000" + std::to_string(counter++ % 10) + "-aaaa-bbbb-cccc-dddddddddddd";
-      return 0u;
-    };
-  }
+  const RequestIdMaker makeId = [idError](std::string& id) {
+    id = "0000000" + std::to_string(counter++ % 10) + "-aaaa-bbbb-cccc-dddddddddddd";
+    return idError;
+  };
+  const std::wstring none, command;  // a session run for no command: the default reply wait
   SdkExchange exchange{method, none, command, makeId, replyTimeout};
   Outcome outcome{};
-  outcome.result = RunSdkExchange(instance, exchange, outcome.reply, outcome.apiError,
-                                  outcome.endpointSdkError, outcome.completed, nullptr);
+  outcome.result = RunSdkExchange(library, exchange, outcome.reply, outcome.apiError,
+                                  outcome.endpointSdkError, outcome.completed, log);
   return outcome;
 }
 
@@ -112,105 +89,96 @@ class SdkExchangeTest : public ::testing::Test {
   }
 };
 
-TEST_F(SdkExchangeTest, ReplyIsParsedAndCallbacksUnregistered) {
-  FakeInstance instance;
-  instance.events = {"Product.Event"};
-  Outcome outcome = Exchange(instance);
-  EXPECT_EQ(outcome.result, 0u);
-  EXPECT_EQ(outcome.endpointSdkError, 0);
-  EXPECT_TRUE(outcome.completed);
-  EXPECT_EQ(outcome.reply["v"].GetInt(), 1);
-  EXPECT_EQ(instance.sentRequest,
-            R"({"type":"oxsdk","data":{"Product":[{"@name":"GetStatus","input":{}}]}})");
-  EXPECT_EQ(instance.unregistered, 1);
-  std::lock_guard<std::mutex> lock(SessionState.mutex);
-  EXPECT_EQ(SessionState.events.size(), 1u);  // queued for the event threads
-}
-
-TEST_F(SdkExchangeTest, FailuresGiveTheirCodesAndUnregisterOnceRegistered) {
+TEST_F(SdkExchangeTest, EveryPathHasItsCodeAndUnregistersOnceRegistered) {
   struct Case {
     const char* name;
-    int32_t registerResult, runResult, unregisterResult;
-    bool answer, foreignId;
+    std::string scenario;
     const wchar_t* method;
+    uint32_t idError;  // the request id maker's answer
     uint32_t result;
     int32_t apiError;
+    int64_t endpointSdkError;
     int unregistered;
+    bool completed;
+    const char* line;  // the path's own log line
   } cases[] = {
-      {"registration refused", -3, 0, 0, true, false, L"Product.GetStatus", 775, -3, 0},
-      {"unknown method", 0, 0, 9, true, false, L"Product.NoSuchMethod", 160, 9, 1},
-      {"run refused", 0, -2, 0, true, false, L"Product.GetStatus", 50, 0, 1},
-      {"no reply", 0, 0, 0, false, false, L"Product.GetStatus", 1460, 0, 1},
-      {"reply under a foreign id", 0, 0, 0, true, true, L"Product.GetStatus", 1460, 0, 1},
+      {"reply", WithStatus(R"(, "delayMs": 10, "events": [{"name": "E"}])"), L"Product.GetStatus",
+       0, 0, 0, 0, 1, true, "Response error code : 0"},
+      {"agent's error", R"({"methods": {"Product.GetStatus": {"reply": {"error": 5}}}})",
+       L"Product.GetStatus", 0, 0, 0, 5, 1, true, "Response error code : 5"},
+      {"malformed reply", R"({"methods": {"Product.GetStatus": {"rawReply": "not json"}}})",
+       L"Product.GetStatus", 0, 0, 0, 3, 1, true,
+       "Invalid JSON. Response has parse errors or is not an object"},
+      {"registration refused", R"({"register": -3})", L"Product.GetStatus", 0, 775, -3, 0, 0, false,
+       "Failed to register instance notifications. Error code : -3"},
+      {"unknown method", R"({"unregister": 9})", L"Product.NoSuchMethod", 0, 160, 9, 0, 1, false,
+       "Method not found. Unregistering instance"},
+      {"no request id", "{}", L"Product.GetStatus", 1234, 1234, 0, 0, 1, false,
+       "Failed to create GUID. Error code : 1234"},
+      {"run refused", R"({"run": -2})", L"Product.GetStatus", 0, 50, 0, 0, 1, false,
+       "Failed to run instance. Error code : -2"},
+      {"no reply", R"({"default": {"noReply": true}})", L"Product.GetStatus", 0, 1460, 0, 0, 1,
+       false, "Failed to run instance due to timeout"},
+      {"reply under a foreign id", WithStatus(R"(, "replyId": "another-request")"),
+       L"Product.GetStatus", 0, 1460, 0, 0, 1, false, "Failed to run instance due to timeout"},
   };
   for (const auto& c : cases) {
-    FakeInstance instance;
-    instance.registerResult = c.registerResult;
-    instance.runResult = c.runResult;
-    instance.unregisterResult = c.unregisterResult;
-    instance.answer = c.answer;
-    instance.replyUnderForeignId = c.foreignId;
-    Outcome outcome = Exchange(instance, c.method, std::chrono::milliseconds(300));
+    SimulatedLibrary library(c.scenario);
+    LogCapture log("tarn-sdk-exchange-test");
+    Outcome outcome =
+        Exchange(library, c.method, std::chrono::milliseconds(300), log.get(), c.idError);
     EXPECT_EQ(outcome.result, c.result) << c.name;
     EXPECT_EQ(outcome.apiError, c.apiError) << c.name;
-    EXPECT_EQ(instance.unregistered, c.unregistered) << c.name;
-    EXPECT_FALSE(outcome.completed) << c.name;
+    EXPECT_EQ(outcome.endpointSdkError, c.endpointSdkError) << c.name;
+    EXPECT_EQ(library.unregistered, c.unregistered) << c.name;
+    EXPECT_EQ(outcome.completed, c.completed) << c.name;
+    EXPECT_TRUE(ContainsInOrder(log.Take(), {c.line})) << c.name << ": " << c.line;
   }
-}
-
-TEST_F(SdkExchangeTest, RequestIdFailureIsReturnedAfterUnregistering) {
-  FakeInstance instance;
-  Outcome outcome = Exchange(instance, L"Product.GetStatus", std::chrono::seconds(1),
-                             [](std::string&) { return 1234u; });
-  EXPECT_EQ(outcome.result, 1234u);
-  EXPECT_EQ(instance.unregistered, 1);
-}
-
-TEST_F(SdkExchangeTest, MalformedReplyCompletesWithErrorThree) {
-  FakeInstance instance;
-  instance.replyText = "not json";
-  Outcome outcome = Exchange(instance);
-  EXPECT_EQ(outcome.result, 0u);
-  EXPECT_EQ(outcome.endpointSdkError, 3);
-  EXPECT_TRUE(outcome.completed);
+  std::lock_guard<std::mutex> lock(SessionState.mutex);
+  EXPECT_EQ(SessionState.events.size(), 1u);  // queued for the event threads, before the reply
 }
 
 TEST_F(SdkExchangeTest, ExplicitTimeoutWaitsForTheEndOfTheOperation) {
   // The reply alone does not end an explicit wait; the operation's end (an event thread raising
   // the wait-finished flag) does.
   SessionState.explicitTimeoutMs = 60000;
-  FakeInstance instance;
+  SimulatedLibrary library(WithStatus(""));
   std::thread eventThread([] {
     std::this_thread::sleep_for(std::chrono::milliseconds(50));
     RaiseFlag(SessionState, SessionState.waitFinished);
   });
-  Outcome outcome = Exchange(instance);
+  const Outcome outcome = Exchange(library);
   eventThread.join();
   EXPECT_EQ(outcome.result, 0u);
+  EXPECT_EQ(outcome.reply["v"].GetInt(), 1);
 
   SessionState.explicitTimeoutMs = 100;
   SessionState.waitFinished = false;
-  FakeInstance silent;
-  silent.answer = false;
-  outcome = Exchange(silent);
-  EXPECT_EQ(outcome.result, 1460u);
+  SimulatedLibrary silent(R"({"default": {"noReply": true}})");
+  EXPECT_EQ(Exchange(silent).result, 1460u);
   EXPECT_TRUE(SessionState.waitFinished);  // event threads are told to stop
 }
 
 TEST_F(SdkExchangeTest, RandomCallbackTimingNeverLosesAReply) {
-  for (unsigned seed = 1; seed <= 200; ++seed) {
-    FakeInstance instance;
-    instance.seed = seed;
-    instance.events = {"a", "b"};
-    const Outcome outcome = Exchange(instance);
-    ASSERT_EQ(outcome.result, 0u) << seed;
-    ASSERT_EQ(outcome.endpointSdkError, 0) << seed;
+  for (int delay = 0; delay < 200; ++delay) {
+    SimulatedLibrary library(WithStatus(R"(, "delayMs": )" + std::to_string(delay % 3) +
+                                        R"(, "events": [{"name": "a"}, {"name": "b", "delayMs": )" +
+                                        std::to_string(delay % 5) + "}]"));
+    const Outcome outcome = Exchange(library);
+    ASSERT_EQ(outcome.result, 0u) << delay;
+    ASSERT_EQ(outcome.endpointSdkError, 0) << delay;
     std::lock_guard<std::mutex> lock(SessionState.mutex);
     SessionState.events.clear();
   }
 }
 
-TEST(SdkSessionStateTest, DeadlineSaturatesInsteadOfOverflowing) {
+TEST_F(SdkExchangeTest, CallbacksIgnoreANullContextAndDeadlinesSaturate) {
+  SessionState.replyReceived = false;
+  OnSdkReply(nullptr, SessionState.requestId, nullptr, "{}");  // the current request's id
+  OnSdkEvent(nullptr, "E", "{}");
+  EXPECT_FALSE(SessionState.replyReceived);
+  EXPECT_TRUE(SessionState.events.empty());
+
   std::unique_lock<std::mutex> lock(SessionState.mutex);
   bool called = false;
   // A wait with no practical limit returns as soon as its predicate holds.

@@ -13,6 +13,7 @@
 #include "base/text.h"
 
 namespace tarn {
+
 uint32_t Dispatch(const StartupSettings& settings) {
   // With its trailing backslash; empty (the current directory) when the path has none.
   const std::wstring directory = DirectoryPrefixOf(ArgumentList[0]);

@@ -1,7 +1,7 @@
 // The authorization gate: decides, before any handler runs, whether the command may run. Guarded
 // commands need a certificate, a signed authorization message and a signed execution time from
-// the authorization service, verified offline against this endpoint and a challenge issued by
-// "-getchallenge".
+// the authorization service, verified offline against this endpoint and a challenge that the
+// challenge command issued.
 #pragma once
 
 #include <cstdint>

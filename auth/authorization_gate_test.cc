@@ -3,9 +3,11 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <cwctype>
 #include <functional>
 
 #include "auth/test_ber_builder.h"
+#include "base/command_facts.h"
 
 namespace tarn {
 namespace {
@@ -30,6 +32,12 @@ Bytes AuthMessage(const std::vector<uint8_t>& permissions, uint8_t type,
 
 Bytes TimeMessage(const char* executionTime) {
   return test_ber::Time(Text(0x04, "c"), GeneralizedTime(executionTime));
+}
+
+std::wstring Word(Command command) { return FactsOf(command).word; }
+std::wstring Upper(std::wstring word) {
+  for (wchar_t& c : word) c = static_cast<wchar_t>(std::towupper(static_cast<wint_t>(c)));
+  return word;
 }
 
 struct FakeServices final : AuthorizationServices {
@@ -147,24 +155,27 @@ TEST(AuthorizationGateTest, OptionsAreTakenOutOfTheCommandLine) {
     bool authorized, serviceUsed;
     int32_t count;
   } cases[] = {
-      {"status command needs nothing", Command({L"-getproductversion"}, {}), 0, true, false, 2},
-      {"status command keeps its words", Command({L"-getupdatestatus", L"-authToken"}, {}), 0, true,
-       false, 3},
-      {"legacy uninstall", Command({L"-uninstall", L"secret"}, {}), 0, true, false, 3},
-      {"uninstall with some options", Command({L"-uninstall", L"-authtoken", L"A"}, {}), 87, false,
+      {"status command needs nothing", Command({Word(Command::kGetProductVersion)}, {}), 0, true,
        false, 2},
+      {"status command keeps its words",
+       Command({Word(Command::kGetUpdateStatus), L"-authToken"}, {}), 0, true, false, 3},
+      {"legacy uninstall", Command({Word(Command::kUninstall), L"secret"}, {}), 0, true, false, 3},
+      {"uninstall with some options", Command({Word(Command::kUninstall), L"-authtoken", L"A"}, {}),
+       87, false, false, 2},
       {"both certificate forms",
-       Command({L"-competitorsassessment", L"-certificatePath", L"P"}), 87, false, false, 2},
-      {"repeated option in other case", Command({L"-uninstall", L"-AUTHTOKEN", L"B"}), 85, false,
-       false, 4},
-      {"option without a value", Command({L"-uninstall", L"-certificate", L"C", L"-authToken"}, {}),
-       87, false, false, 5},
-      {"valid authorization", Command({L"-competitorsassessment"}), 0, true, true, 2},
-      {"options in capitals", Command({L"-COMPETITORSASSESSMENT"}, {L"-AUTHTOKEN", L"A",
-                                                                 L"-Certificate", L"C",
-                                                                 L"-EXECUTIONTIME", L"E"}),
+       Command({Word(Command::kCompetitorsAssessment), L"-certificatePath", L"P"}), 87, false,
+       false, 2},
+      {"repeated option in other case", Command({Word(Command::kUninstall), L"-AUTHTOKEN", L"B"}),
+       85, false, false, 4},
+      {"option without a value",
+       Command({Word(Command::kUninstall), L"-certificate", L"C", L"-authToken"}, {}), 87, false,
+       false, 5},
+      {"valid authorization", Command({Word(Command::kCompetitorsAssessment)}), 0, true, true, 2},
+      {"options in capitals",
+       Command({Upper(Word(Command::kCompetitorsAssessment))},
+               {L"-AUTHTOKEN", L"A", L"-Certificate", L"C", L"-EXECUTIONTIME", L"E"}),
        0, true, true, 2},
-      {"missing permission", Command({L"-uninstall"}), 0, false, true, 2},
+      {"missing permission", Command({Word(Command::kUninstall)}), 0, false, true, 2},
   };
   for (const auto& c : cases) {
     FakeServices services = Valid();
@@ -178,10 +189,11 @@ TEST(AuthorizationGateTest, OptionsAreTakenOutOfTheCommandLine) {
 
 TEST(AuthorizationGateTest, AuthorizedUninstallReachesItsHandlerWithTwoArguments) {
   FakeServices services = Valid({3});
-  const GateRun run = Gate(services, Command({L"-Uninstall"}));
+  const GateRun run = Gate(services, Command({Upper(Word(Command::kUninstall))}));
   EXPECT_TRUE(run.authorized);
   EXPECT_EQ(run.count, 2);
-  EXPECT_EQ(run.arguments, (std::vector<std::wstring>{L"tarn-rmm.exe", L"-Uninstall"}));
+  EXPECT_EQ(run.arguments,
+            (std::vector<std::wstring>{L"tarn-rmm.exe", Upper(Word(Command::kUninstall))}));
 }
 
 TEST(AuthorizationGateTest, EachCheckRefusesWithItsCodeAndSpendsTheChallengeOnlyLate) {
@@ -216,13 +228,12 @@ TEST(AuthorizationGateTest, EachCheckRefusesWithItsCodeAndSpendsTheChallengeOnly
     FakeServices services = Valid();
     c.arrange(services);
     const bool usesFile = std::string(c.name) == "certificate file unreadable";
-    const GateRun run = Gate(services, Command({L"-competitorsassessment"},
-                                           usesFile ? std::vector<std::wstring>{L"-authToken", L"A",
-                                                                                L"-certificatePath",
-                                                                                L"P",
-                                                                                L"-executionTime",
-                                                                                L"E"}
-                                                    : kOptions));
+    const GateRun run =
+        Gate(services,
+             Command({Word(Command::kCompetitorsAssessment)},
+                     usesFile ? std::vector<std::wstring>{L"-authToken", L"A", L"-certificatePath",
+                                                          L"P", L"-executionTime", L"E"}
+                              : kOptions));
     EXPECT_EQ(run.code, c.code) << c.name;
     const bool boundary = std::string(c.name).find(" at valid") != std::string::npos;
     EXPECT_EQ(run.authorized, boundary) << c.name;
@@ -248,7 +259,7 @@ TEST(AuthorizationGateTest, Sha256HardwareIdNeedsTheIdentity) {
   for (const auto& c : cases) {
     FakeServices services = Valid({19}, 1, c.value);
     services.identityCode = c.identityCode;
-    const GateRun run = Gate(services, Command({L"-competitorsassessment"}));
+    const GateRun run = Gate(services, Command({Word(Command::kCompetitorsAssessment)}));
     EXPECT_EQ(run.code, c.code) << c.name;
     EXPECT_EQ(run.authorized, c.authorized) << c.name;
   }
@@ -259,12 +270,12 @@ TEST(AuthorizationGateTest, EditWordsDecideThePermissions) {
     std::vector<std::wstring> arguments;
     std::vector<uint32_t> permissions;
   } cases[] = {
-      {{L"p", L"-editfeatures", L"-ADD", L"FileScan"}, {21}},
-      {{L"p", L"-editfeatures", L"-remove", L"FileScan"}, {22}},
-      {{L"p", L"-editfeatures", L"-remove", L"x", L"-add", L"y"}, {21, 22}},
-      {{L"p", L"-editfeatures", L"-set", L"x"}, {21, 22}},
-      {{L"p", L"-editfeatures"}, {21, 22}},
-      {{L"p", L"-removeallcompetitors"}, {20}},
+      {{L"p", Word(Command::kEditFeatures), L"-ADD", L"FileScan"}, {21}},
+      {{L"p", Word(Command::kEditFeatures), L"-remove", L"FileScan"}, {22}},
+      {{L"p", Word(Command::kEditFeatures), L"-remove", L"x", L"-add", L"y"}, {21, 22}},
+      {{L"p", Word(Command::kEditFeatures), L"-set", L"x"}, {21, 22}},
+      {{L"p", Word(Command::kEditFeatures)}, {21, 22}},
+      {{L"p", Word(Command::kRemoveAllCompetitors)}, {20}},
   };
   for (const auto& c : cases) {
     std::vector<uint32_t> permissions;

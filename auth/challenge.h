@@ -1,5 +1,5 @@
-// The challenge that binds a stored nonce to one authorization text: "-getchallenge" issues it,
-// the service signs it into the signed time message, and the gate recomputes it.
+// The challenge that binds a stored nonce to one authorization text: the challenge command
+// issues it, the service signs it into the signed time message, and the gate recomputes it.
 //
 //   challenge = lowercase hex of SHA-256(nonce || SHA-256(authorization text bytes))
 //
@@ -23,7 +23,7 @@ using Sha256Function = uint32_t (*)(std::vector<uint8_t>& digest, const uint8_t*
                                     size_t length, Logger* log);
 
 // The bytes hashed for an authorization text given on the command line: each character as one
-// byte (WideToSingleByte), as "-getchallenge" and the gate's "-authToken" both take it.
+// byte (WideToSingleByte), as the challenge command and the gate's "-authToken" both take it.
 std::string AuthorizationTextBytes(const std::wstring& authorizationText);
 
 /// 0, or the hash's code (logged); `challenge` untouched on failure.

@@ -70,7 +70,6 @@ TEST(ValidateCertificateTest, ChainDecidesForTheCertificateAsGiven) {
     bool valid;
   } cases[] = {
       {"auth-leaf", true},
-      {"auth-leaf-rekeyed", true},
       {"auth-leaf-wrong-subject", true},  // names are not this check's concern
       {"auth-leaf-other-ca", true},
       {"auth-leaf-expired", false},
@@ -146,8 +145,6 @@ TEST(ValidateCertificateInformationTest, SubjectAndIssuerMustBeTheServiceOnes) {
        "Finished validating certificate information. Certificate has valid information"},
       // Names only: the chain is ValidateCertificate's concern.
       {"auth-leaf-expired.cer", true,
-       "Finished validating certificate information. Certificate has valid information"},
-      {"auth-leaf-untrusted.cer", true,
        "Finished validating certificate information. Certificate has valid information"},
       {"auth-leaf-wrong-subject.cer", false,
        "Subjects are not the same: other-service.arvantis.example"},

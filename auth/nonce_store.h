@@ -1,6 +1,5 @@
-// The nonce of the current challenge, kept in the current user's registry between
-// "-getchallenge" and the authorization that uses it, under a key only administrators may
-// fully use.
+// The nonce of the current challenge, kept in the current user's registry between the challenge
+// command and the authorization that uses it, under a key only administrators may fully use.
 #pragma once
 
 #include <cstddef>

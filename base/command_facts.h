@@ -6,7 +6,9 @@
 // and the event waits (agent/) read them, and they may not include app/. Being constants, they
 // are complete before any code runs: nothing has to be handed down at start-up, and the lookups
 // are tested natively. app/ binds a handler to a row through its `Command` (app/command_table.cc),
-// so a word is written once, here. Adding a command: its row here, its binding and operation.
+// so a word is written once, here. Every word has its row already; carrying a command out takes
+// its binding there (an operation that follows the common pattern, or a handler) and its
+// operation in ops/.
 #pragma once
 
 #include <chrono>

@@ -22,6 +22,11 @@ TEST(CommandFactsTest, EveryRowIsFoundByItsWordInAnyCase) {
     for (wchar_t& c : upper) c = static_cast<wchar_t>(std::towupper(static_cast<wint_t>(c)));
     EXPECT_EQ(FindCommandFacts(upper), &facts);
     EXPECT_NE(facts.start[0], nullptr) << WideToUtf8(word);
+    // The common pattern logs the bad-arguments line of a count it refuses.
+    if (facts.argumentRule == ArgumentRule::kExactly ||
+        facts.argumentRule == ArgumentRule::kAtLeast) {
+      EXPECT_NE(facts.badArguments, nullptr) << WideToUtf8(word);
+    }
   }
   for (const wchar_t* other : {L"", L"-", L"getversion", L"-getversion ", L"-addfeatures"}) {
     EXPECT_EQ(FindCommandFacts(other), nullptr) << WideToUtf8(other);

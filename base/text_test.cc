@@ -29,11 +29,18 @@ TEST(TextTest, SingleByteFormKeepsLatin1AndMarksTheRest) {
   EXPECT_EQ(WideToSingleByte(L"Path C:\\x \u00e9\u20ac"), "Path C:\\x \xE9?");
 }
 
-TEST(TextTest, CaseInsensitiveComparisonOfCommandWords) {
-  EXPECT_TRUE(EqualsIgnoreCase(L"-CHECKIS64BITOS", L"-checkis64bitos"));
+TEST(TextTest, CaseInsensitiveComparisonOfOptionWords) {
+  EXPECT_TRUE(EqualsIgnoreCase(L"-CERTIFICATEPATH", L"-certificatepath"));
   EXPECT_TRUE(EqualsIgnoreCase(L"-InstallerXml", L"-installerxml"));
   EXPECT_FALSE(EqualsIgnoreCase(L"-installerXm", L"-installerxml"));
-  EXPECT_EQ(ToLowerWide(L"-DeTeCt"), L"-detect");
+  EXPECT_EQ(ToLowerWide(L"-AuthToken"), L"-authtoken");
+}
+
+TEST(TextTest, DirectoryOfAPathWithAndWithoutItsBackslash) {
+  EXPECT_EQ(DirectoryOf(L"C:\\Agent\\svc.exe -k"), L"C:\\Agent");
+  EXPECT_EQ(DirectoryOf(L"svc.exe"), L"svc.exe");  // no backslash: the whole path
+  EXPECT_EQ(DirectoryPrefixOf(L"C:\\Tools\\tarn-rmm.exe"), L"C:\\Tools\\");
+  EXPECT_EQ(DirectoryPrefixOf(L"tarn-rmm.exe"), L"");  // the current directory
 }
 
 }  // namespace

@@ -60,22 +60,6 @@ TEST_F(SimControlTest, InstallRunsBothServicesAndRemoveLeavesNothing) {
   EXPECT_FALSE(marker);
 }
 
-TEST_F(SimControlTest, InstallTakesTheChosenConfigurationLayoutAndEncoding) {
-  InstallOptions options;
-  options.layout = ConfigLayout::kLegacy;
-  options.encoding = ConfigEncoding::kUtf32LittleEndian;
-  options.identity = {"hw", std::nullopt, "group"};
-  options.startServices = false;
-  ASSERT_EQ(InstallAgent(BuildKit(), options), 0u);
-
-  EXPECT_FALSE(Exists(ConfigFilePath(ConfigLayout::kCurrent)));
-  std::string bytes;
-  ASSERT_EQ(ReadFileBytes(ConfigFilePath(ConfigLayout::kLegacy), &bytes), 0u);
-  EXPECT_EQ(bytes, EncodeText(R"({"hwid":"hw","customdata":{"ComputersFolder":"group"}})",
-                              ConfigEncoding::kUtf32LittleEndian));
-  EXPECT_EQ(StateOf(kAgentServices[1]), static_cast<uint32_t>(SERVICE_STOPPED));
-}
-
 TEST_F(SimControlTest, ServicesStopAndStartOneByOne) {
   const AgentService& security = *FindAgentService(L"security");
   ASSERT_EQ(StopAgentService(security), 0u);

@@ -2,7 +2,6 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <regex>
 
 #include "base/test_log_capture.h"
 #include "tests/e2e/simulated_agent.h"
@@ -125,9 +124,6 @@ TEST_F(AgentStatusTest, RequestIsTheTemplateByteForByte) {
   ASSERT_EQ(requests.size(), 1u);
   EXPECT_STREQ(requests[0]["request"].GetString(),
                R"({"type":"oxsdk","data":{"Product":[{"@name":"GetStatus","input":{}}]}})");
-  const std::string id = requests[0]["requestId"].GetString();
-  EXPECT_TRUE(std::regex_match(id, std::regex("[0-9a-f]{8}-[0-9a-f]{4}-[0-9a-f]{4}-[0-9a-f]{4}-[0-9a-f]{12}")))
-      << id;
   const auto calls = Journal("call");
   std::vector<std::string> order;
   for (const auto& call : calls) order.push_back(call["call"].GetString());
@@ -201,29 +197,16 @@ TEST_F(AgentFailureTest, LibrarySignatureFailuresAreTheCommandsExitCode) {
   });
 }
 
+// The exchange's own failures are the unit tests' (agent/sdk_exchange_test.cc); here the library's
+// answers through each of the wrapper's three codes.
 TEST_F(AgentFailureTest, SessionFailuresAreTheCommandsExitCode) {
   Expect({
       {"instance refused, through the wrapper", nullptr, R"({"getInstance":-7})",
        L"-getproductversion", 4294967289u, "API failed with error code: -7"},
-      {"instance refused, session code", nullptr, R"({"getInstance":-7})",
-       L"-hascriticalissues", 775, "Failed to get OXSDK instance. Error code : -7"},
-      {"registration refused", nullptr, R"({"register":-3})", L"-getupdatelocations",
-       4294967293u, "Failed to register instance notifications. Error code : -3"},
-      {"request refused", nullptr, R"({"run":87})", L"-getproductversion", 50,
-       "Failed to run instance. Error code : 87"},
+      {"instance refused, session code", nullptr, R"({"getInstance":-7})", L"-hascriticalissues",
+       775, "Failed to get OXSDK instance. Error code : -7"},
       {"agent's error", nullptr, R"({"methods":{"Product.GetStatus":{"reply":{"error":5}}}})",
        L"-getlastupdate", 5, "Endpoint SDK failed with error code: 5"},
-      {"malformed reply", nullptr,
-       R"({"methods":{"Product.GetStatus":{"rawReply":"not json"}}})", L"-getproductversion", 3,
-       "Invalid JSON. Response has parse errors or is not an object"},
-      {"error of the wrong type", nullptr,
-       R"({"methods":{"Product.GetStatus":{"reply":{"error":"0"}}}})", L"-checkforupdateerrors",
-       3, "Invalid JSON. Error is not found or its value is invalid"},
-      {"no reply", nullptr, R"({"methods":{"Product.GetStatus":{"noReply":true}}})",
-       L"-getproductversion", 1460, "Failed to run instance due to timeout"},
-      {"reply under another id", nullptr,
-       R"({"methods":{"Product.GetStatus":{"replyId":"00000000-0000-0000-0000-000000000000"}}})",
-       L"-isuptodate", 1460, "Failed to run instance due to timeout"},
   });
 }
 

@@ -74,23 +74,6 @@ TEST(FrontEndTest, OnlyTheExactConfigurationLineSwitchesLoggingOn) {
   }
 }
 
-TEST(FrontEndTest, ConfigurationFolderThatIsNotAFileLeavesLoggingOff) {
-  Sandbox box;
-  std::filesystem::create_directory(box.dir() / "configfile.txt");
-  EXPECT_EQ(box.Run({L"-checkis64bitos"}).out, "1");
-  EXPECT_FALSE(box.Exists("log.txt"));
-}
-
-TEST(FrontEndTest, RunsAppendToTheLog) {
-  Sandbox box;
-  box.EnableLogging();
-  box.Run({L"-checkis64bitos"});
-  box.Run({L"-checkis64bitos"});
-  const Messages oneRun = Concat(kGateLines, {"Check if OS is 64 bit", "OS 64 bit value: 1",
-                                              "Returned value of 64 bit is: 1"});
-  EXPECT_EQ(box.LogMessages(), Concat(oneRun, oneRun));
-}
-
 TEST(FrontEndTest, ProgramPathWithoutBackslashUsesTheCurrentDirectory) {
   Sandbox box;
   Sandbox elsewhere;  // the current directory, with its own configuration

@@ -1,9 +1,7 @@
 #include "agent/file_probes.h"
-#include "agent/system_probes.h"
-
-#include <windows.h>
 
 #include <gtest/gtest.h>
+#include <windows.h>
 
 namespace tarn {
 namespace {
@@ -43,11 +41,6 @@ TEST(FileProbesTest, VersionOfAFileWithoutResourceIsTheSystemError) {
   DeleteFileW(plain.c_str());
   EXPECT_EQ(GetFileVersionString(ModulePath() + L".absent", version, nullptr),
             static_cast<uint32_t>(ERROR_FILE_NOT_FOUND));
-}
-
-TEST(SystemProbesTest, Windows7AndLaterAreNotLegacy) {
-  // The test prefix reports Windows 7 SP1.
-  EXPECT_EQ(IsLegacyWindows(nullptr), 0u);
 }
 
 }  // namespace
