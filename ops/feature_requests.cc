@@ -14,7 +14,7 @@ uint32_t RunAddRemoveRequest(const std::wstring& request, Logger* log) {
   int64_t endpointSdkError = 0;
   const uint32_t result =
       ExecuteSdkMethod(reply, apiError, endpointSdkError, L"Product.Installer.AddRemove", request,
-                       L"-editfeatures", log);
+                       FactsOf(Command::kEditFeatures).word, log);
   if (result != 0) return result;
   if (apiError != 0) return static_cast<uint32_t>(apiError);
   return static_cast<uint32_t>(endpointSdkError);

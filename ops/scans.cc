@@ -2,6 +2,7 @@
 
 #include "agent/product_events.h"
 #include "agent/sdk_session_state.h"
+#include "base/command_facts.h"
 #include "base/log.h"
 #include "base/result_codes.h"
 #include "base/unique_handle.h"
@@ -122,7 +123,8 @@ uint32_t StartUpdate(int64_t& endpointSdkError, const AgentPlatform& platform, L
   rapidjson::Document reply;
   int32_t apiError = 0;
   const uint32_t result = platform.executeSdkMethod(
-      reply, apiError, endpointSdkError, L"Update.StartUpdate", L"", L"-startupdate", log);
+      reply, apiError, endpointSdkError, L"Update.StartUpdate", L"",
+      FactsOf(Command::kStartUpdate).word, log);
   if (result != 0) {
     WriteLog(log, L"Failed to execute method. Error code: " + std::to_wstring(result));
   }

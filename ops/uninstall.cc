@@ -3,6 +3,7 @@
 #include <vector>
 
 #include "agent/service_probes.h"
+#include "base/command_facts.h"
 #include "base/log.h"
 #include "base/result_codes.h"
 #include "base/text.h"
@@ -11,7 +12,6 @@ namespace tarn {
 namespace {
 
 constexpr const wchar_t* kRemoveMethod = L"Product.Installer.InstallerRemove";
-constexpr const wchar_t* kUninstallCommand = L"-uninstall";
 
 bool IsFile(uint32_t attributes) {
   return attributes != kInvalidFileAttributes && (attributes & kFileAttributeDirectory) == 0;
@@ -129,7 +129,7 @@ uint32_t UninstallWithSdk(const LifecycleSystem& system, std::string& answer, Lo
   int32_t apiError = 0;
   int64_t agentError = 0;
   const uint32_t session = system.executeSdkMethod(reply, apiError, agentError, kRemoveMethod, L"",
-                                                   kUninstallCommand, log);
+                                                   FactsOf(Command::kUninstall).word, log);
   if (session != 0) {
     answer = LifecycleAnswer(session, fields.Joined());
     return LogFailure(log, L"Failed to execute OXSDK method. Error code: ", session);
