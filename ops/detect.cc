@@ -1,6 +1,5 @@
 #include "ops/detect.h"
 
-#include "agent/service_probes.h"
 #include "base/log.h"
 #include "base/result_codes.h"
 #include "base/text.h"
@@ -22,12 +21,7 @@ uint32_t Detect(const LifecycleSystem& system, bool rebootFlag, std::string& ans
 
   WriteLog(log, L"Get TARN Service image path");
   std::wstring imagePath;
-  if (const uint32_t code = system.getServiceImagePath(kSecurityServiceKey, imagePath, log);
-      code != 0) {
-    WriteLog(log, code == kErrorFileNotFound ? L"File not found. TARN is not present"
-                                             : L"Failed to retrieve TARN Service Image Path");
-    return code;
-  }
+  if (const uint32_t code = LookUpAgentImagePath(system, imagePath, log); code != 0) return code;
   WriteLog(log, L"Retrieved TARN Service Image Path");
   WriteLog(log, L"Assign \"2\" to the result");
   answer = "2|";

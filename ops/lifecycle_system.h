@@ -82,4 +82,10 @@ struct EndpointFields {
                                             const std::wstring& configPath, bool askAgent,
                                             EndpointFields& fields, Logger* log);
 
+// The security service's image path, for detect and the installer route of uninstall. A failure
+// logs "File not found. TARN is not present" (2) or "Failed to retrieve TARN Service Image Path".
+/// Returns 0 or the lookup's code; `imagePath` is only meaningful on 0.
+[[nodiscard]] uint32_t LookUpAgentImagePath(const LifecycleSystem& system, std::wstring& imagePath,
+                                            Logger* log);
+
 }  // namespace tarn

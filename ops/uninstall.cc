@@ -38,12 +38,7 @@ uint32_t UninstallWithInstaller(const LifecycleSystem& system, const std::wstrin
   WriteLog(log, L"Get TARN Service Image Path");
   WriteLog(log, kSecurityServiceKey);
   std::wstring imagePath;
-  if (const uint32_t code = system.getServiceImagePath(kSecurityServiceKey, imagePath, log);
-      code != 0) {
-    WriteLog(log, code == kErrorFileNotFound ? L"File not found. TARN is not present"
-                                             : L"Failed to retrieve TARN Service Image Path");
-    return code;
-  }
+  if (const uint32_t code = LookUpAgentImagePath(system, imagePath, log); code != 0) return code;
   WriteLog(log, L"Retrieved TARN Service Image Path");
   const std::wstring folder = DirectoryOf(imagePath);
   const std::wstring configPath = folder + L"\\oxag\\oxag.jso";
