@@ -1,11 +1,22 @@
 #include "auth/module_signature.h"
 
-#include <cwchar>
+#include <string_view>
 
 #include "base/log.h"
 #include "base/result_codes.h"
 
 namespace tarn {
+namespace {
+
+// The name is compared whole and case-sensitively. It may end in its terminating null (the
+// platform's count includes it), but a null inside it ("Arvantis SRL\0...") does not cut the
+// comparison short, as a comparison up to the first null would.
+bool SignerNameMatches(std::wstring_view subject, std::wstring_view expected) {
+  if (!subject.empty() && subject.back() == L'\0') subject.remove_suffix(1);
+  return !subject.empty() && subject == expected;
+}
+
+}  // namespace
 
 uint32_t ValidateModuleSignature(TrustVerification& trust, bool& isValid,
                                  const std::wstring& filePath, const std::wstring& expectedSubject,
@@ -66,8 +77,7 @@ uint32_t ValidateModuleSignature(TrustVerification& trust, bool& isValid,
   WriteLog(log, L"Finished retrieving the provider certificate");
   WriteLog(log, L"Get certificate subject");
   const std::wstring subject = trust.SigningCertificateCommonName(log);
-  // Exact and case-sensitive, up to the first null (the name carries its terminator).
-  if (!subject.empty() && std::wcscmp(subject.c_str(), expectedSubject.c_str()) == 0) {
+  if (SignerNameMatches(subject, expectedSubject)) {
     close();
     isValid = true;
     WriteLog(log, L"Binary is valid");

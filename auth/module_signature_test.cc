@@ -66,6 +66,9 @@ TEST(ModuleSignatureTest, EachStepDecidesItsOwnResult) {
       {"no name", [](FakeTrust& t) { t.commonName = L""; }, 1168, false, 1},
       {"name without its terminator", [](FakeTrust& t) { t.commonName = L"Arvantis SRL"; }, 0,
        true, 1},
+      {"null inside the name",
+       [](FakeTrust& t) { t.commonName = std::wstring(L"Arvantis SRL\0 Ltd", 17) + L'\0'; },
+       1168, false, 1},
   };
   for (const auto& c : cases) {
     FakeTrust trust;
