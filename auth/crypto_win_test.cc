@@ -84,55 +84,65 @@ TEST(ValidateCertificateTest, ChainDecidesForTheCertificateAsGiven) {
     EXPECT_EQ(ValidateCertificate(isValid, L"", der, false, log.get()), 0u);
     EXPECT_EQ(isValid, c.valid);
     const Messages messages = log.Take();
-    EXPECT_TRUE(ContainsInOrder(messages, {std::string("Certificate validity: ") + (c.valid ? "1" : "0"),
-                                           "Finished validating the certificate"}));
+    EXPECT_TRUE(
+        ContainsInOrder(messages, {std::string("Certificate validity: ") + (c.valid ? "1" : "0"),
+                                   "Finished validating the certificate"}));
 
-    // From a file holding the text form, as -certificatePath names it.
+    // The file form logs its path and checks the same bytes.
     isValid = !c.valid;
-    EXPECT_EQ(ValidateCertificate(isValid, PkiFile((name + ".b64").c_str()), {}, true, nullptr),
-              0u);
+    const std::wstring path = PkiFile((name + ".b64").c_str());
+    EXPECT_EQ(ValidateCertificate(isValid, path, der, true, log.get()), 0u);
+    EXPECT_EQ(isValid, c.valid);
+    EXPECT_TRUE(
+        ContainsInOrder(log.Take(), {"Open certificate from path: " + WideToSingleByte(path),
+                                     "Finished validating the certificate"}));
+  }
+}
+
+TEST(ValidateCertificateTest, TheDecodedBytesDecideNeverThePath) {
+  // The path is only named in the log: a file that now holds another certificate, or none,
+  // cannot lend its verdict to the bytes the signatures are verified with.
+  struct Case {
+    const char* path;
+    const char* certificate;
+    bool valid;
+  } cases[] = {
+      {"auth-leaf.b64", "auth-leaf-expired.cer", false},
+      {"auth-leaf.b64", "auth-leaf-untrusted.cer", false},
+      {"auth-leaf-untrusted.b64", "auth-leaf.cer", true},
+      {"absent.b64", "auth-leaf.cer", true},
+  };
+  for (const Case& c : cases) {
+    SCOPED_TRACE(std::string(c.path) + " / " + c.certificate);
+    bool isValid = !c.valid;
+    EXPECT_EQ(
+        ValidateCertificate(isValid, PkiFile(c.path), Certificate(c.certificate), true, nullptr),
+        0u);
     EXPECT_EQ(isValid, c.valid);
   }
 }
 
-TEST(ValidateCertificateTest, LastCertificateOfTheStoreStands) {
-  // The same two certificates, expired and valid, in both orders: the verdicts differ, and each
-  // is the verdict of the certificate checked last.
-  std::vector<bool> verdicts;
+TEST(ValidateCertificateTest, BytesThatAreNotOneCertificateAreTheSystemError) {
+  // Two certificates in one PKCS #7 file, in either order, are no certificate: no verdict of
+  // one of them may stand for the bytes.
+  std::vector<std::vector<uint8_t>> inputs = {Bytes("not a certificate"), {}};
   for (const wchar_t* bundle : {L"expired-then-valid.p7b", L"valid-then-expired.p7b"}) {
-    SCOPED_TRACE(testing::PrintToString(std::wstring(bundle)));
-    LogCapture log("tarn-certificate-bundle-test");
-    bool isValid = false;
-    const std::wstring path = std::wstring(crypto_fixtures::kBundleDir) + L"\\" + bundle;
-    ASSERT_EQ(ValidateCertificate(isValid, path, {}, true, log.get()), 0u);
-    Messages validity;
-    for (const std::string& message : log.Take()) {
-      if (message.rfind("Certificate validity: ", 0) == 0) validity.push_back(message);
-    }
-    ASSERT_EQ(validity.size(), 2u);
-    EXPECT_NE(validity[0], validity[1]);
-    EXPECT_EQ(validity[1], std::string("Certificate validity: ") + (isValid ? "1" : "0"));
-    verdicts.push_back(isValid);
+    inputs.push_back(ReadFile(std::wstring(crypto_fixtures::kBundleDir) + L"\\" + bundle));
+    ASSERT_FALSE(inputs.back().empty());
   }
-  EXPECT_NE(verdicts[0], verdicts[1]);
-}
-
-TEST(ValidateCertificateTest, UnreadableInputIsTheSystemError) {
-  bool isValid = true;
-  LogCapture log("tarn-certificate-error-test");
-  EXPECT_EQ(ValidateCertificate(isValid, PkiFile("absent.cer"), {}, true, log.get()), 2u);
-  EXPECT_FALSE(isValid);
-  EXPECT_EQ(log.Take(),
-            (Messages{"Validate certificate",
-                      "Open certificate from path: " + WideToSingleByte(PkiFile("absent.cer")),
-                      "Failed to open certificate from path. Error code: 2"}));
-
-  isValid = true;
-  EXPECT_NE(ValidateCertificate(isValid, L"", Bytes("not a certificate"), false, log.get()), 0u);
-  EXPECT_FALSE(isValid);
-  const Messages messages = log.Take();
-  EXPECT_EQ(messages.back().rfind("Failed to add encoded certificate to store. Error code: ", 0),
-            0u);
+  for (const std::vector<uint8_t>& input : inputs) {
+    for (const bool fromFile : {false, true}) {
+      SCOPED_TRACE(testing::Message() << input.size() << " bytes, from file " << fromFile);
+      bool isValid = true;
+      LogCapture log("tarn-certificate-error-test");
+      EXPECT_NE(ValidateCertificate(isValid, PkiFile("auth-leaf.b64"), input, fromFile, log.get()),
+                0u);
+      EXPECT_FALSE(isValid);
+      EXPECT_EQ(
+          log.Take().back().rfind("Failed to add encoded certificate to store. Error code: ", 0),
+          0u);
+    }
+  }
 }
 
 TEST(ValidateCertificateInformationTest, SubjectAndIssuerMustBeTheServiceOnes) {
