@@ -3,9 +3,11 @@
 #include <gtest/gtest.h>
 
 #include <cstring>
+#include <filesystem>
 #include <fstream>
 #include <iterator>
 
+#include "auth/certificate_file.h"
 #include "auth/crypto.h"
 #include "auth/crypto/crypto_fixtures.h"
 #include "base/build_config.h"
@@ -143,6 +145,50 @@ TEST(ValidateCertificateTest, BytesThatAreNotOneCertificateAreTheSystemError) {
           0u);
     }
   }
+}
+
+TEST(ReadCertificateFileTest, IntegratorFormsGiveTheCertificateTheRestStandsAsRead) {
+  const std::vector<uint8_t> b64 = ReadFile(PkiFile("auth-leaf.b64"));
+  const std::vector<uint8_t> pem = ReadFile(PkiFile("auth-leaf.pem"));
+  const std::string text(b64.begin(), b64.end());
+  const std::string pemText(pem.begin(), pem.end());
+  const auto utf16 = [](const std::string& ascii) {  // as Windows PowerShell 5 writes it
+    std::string bytes = "\xff\xfe";
+    for (const char c : ascii) bytes += {c, '\0'};
+    return bytes;
+  };
+  const std::string junkPem = "-----BEGIN CERTIFICATE-----\nTWFu\n-----END CERTIFICATE-----\n";
+  struct Case {
+    const char* name;
+    std::string file;
+    bool certificate;  // else the file's bytes as UTF-8 text, as before
+  } cases[] = {
+      {"base64", text, true},
+      {"UTF-16 LE", utf16(text + "\r\n"), true},
+      {"PEM", pemText, true},
+      {"PEM in UTF-16 LE", utf16(pemText), true},
+      {"PEM of no certificate", junkPem, false},
+      {"UTF-16 LE of no certificate", utf16("TWFu"), false},
+      {"chain of two PEM certificates", pemText + pemText, false},
+  };
+  const std::wstring path = std::filesystem::temp_directory_path() / L"tarn-certificate-file.txt";
+  for (const Case& c : cases) {
+    SCOPED_TRACE(c.name);
+    std::ofstream(path.c_str(), std::ios::binary) << c.file;
+    std::wstring read;
+    ASSERT_TRUE(ReadCertificateFile(path, read));
+    if (c.certificate) {
+      std::vector<uint8_t> der;
+      ASSERT_EQ(DecodeBase64(der, read, nullptr), 0u);
+      EXPECT_EQ(der, Certificate("auth-leaf.cer"));
+    } else {
+      EXPECT_EQ(read, Utf8ToWide(c.file));
+    }
+  }
+  std::filesystem::remove(path);
+  std::wstring untouched = L"x";
+  EXPECT_FALSE(ReadCertificateFile(path, untouched));
+  EXPECT_EQ(untouched, L"x");
 }
 
 TEST(ValidateCertificateInformationTest, SubjectAndIssuerMustBeTheServiceOnes) {
