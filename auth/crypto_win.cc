@@ -25,6 +25,15 @@ using UniqueCertChain =
 
 DWORD Size(const std::vector<uint8_t>& bytes) { return static_cast<DWORD>(bytes.size()); }
 
+// Revocation is checked with the lists the machine already holds (its stores and its cache), for
+// every certificate but the root, and never fetched: an endpoint without network answers at once.
+constexpr DWORD kRevocationFromWhatTheMachineHolds =
+    CERT_CHAIN_REVOCATION_CHECK_CHAIN_EXCLUDE_ROOT | CERT_CHAIN_REVOCATION_CHECK_CACHE_ONLY;
+// No list at hand leaves the status unknown and offline; only that is tolerated, so a
+// certificate whose issuer's list names it is refused like any other trust error.
+constexpr DWORD kToleratedRevocationStatus =
+    CERT_TRUST_REVOCATION_STATUS_UNKNOWN | CERT_TRUST_IS_OFFLINE_REVOCATION;
+
 // The certificate's subject, or its issuer with CERT_NAME_ISSUER_FLAG, as a simple display name.
 /// 0, or the platform's error (13 when it names none) or 8, with `name` untouched.
 [[nodiscard]] uint32_t GetSimpleName(std::string& name, PCCERT_CONTEXT certificate, DWORD flags,
@@ -141,13 +150,12 @@ uint32_t ValidateCertificate(bool& isValid, const std::wstring& certificatePath,
   parameters.cbSize = sizeof parameters;
   UniqueCertChain chain;
   if (!CertGetCertificateChain(HCCE_CURRENT_USER, certificate.get(), nullptr, store.get(),
-                               &parameters, 0, nullptr, chain.put())) {
+                               &parameters, kRevocationFromWhatTheMachineHolds, nullptr,
+                               chain.put())) {
     const uint32_t code = LastErrorOr(kErrorInvalidData);
     return LogFailure(log, L"Cannot build certificate chain. Error code: ", code);
   }
-  // Without a reachable revocation list the status is unknown; that alone is tolerated.
-  const bool verdict =
-      (chain.get()->TrustStatus.dwErrorStatus & ~CERT_TRUST_REVOCATION_STATUS_UNKNOWN) == 0;
+  const bool verdict = (chain.get()->TrustStatus.dwErrorStatus & ~kToleratedRevocationStatus) == 0;
   WriteLog(log, L"Certificate validity: " + std::to_wstring(verdict));
   chain.reset();
   certificate.reset();
