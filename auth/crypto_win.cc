@@ -108,24 +108,24 @@ uint32_t ValidateCertificate(bool& isValid, const std::wstring& certificatePath,
   WriteLog(log, L"Validate certificate");
   // Both forms check the bytes already decoded, never the file again: a path whose content
   // changed since it was read would otherwise have one certificate pass the chain while another
-  // signs the messages.
+  // signs the messages. The file form keeps its own lines: making the store from its bytes is
+  // its "open".
   WriteLog(log, fromFile ? L"Open certificate from path: " + certificatePath
                          : std::wstring(L"Open certificate"));
+  const wchar_t* const openFailure = fromFile
+                                         ? L"Failed to open certificate from path. Error code: "
+                                         : L"Failed to open certificate. Error code: ";
   UniqueCertStore store(CertOpenStore(CERT_STORE_PROV_MEMORY, 0, 0, 0, nullptr));
-  if (!store) {
-    const uint32_t code = LastErrorOr(kErrorInvalidData);
-    return LogFailure(log,
-                      fromFile ? L"Failed to open certificate from path. Error code: "
-                               : L"Failed to open certificate. Error code: ",
-                      code);
-  }
-  WriteLog(log, L"Add certificate data to certificate in store");
+  if (!store) return LogFailure(log, openFailure, LastErrorOr(kErrorInvalidData));
+  if (!fromFile) WriteLog(log, L"Add certificate data to certificate in store");
   UniqueCertContext certificate;
   if (!CertAddEncodedCertificateToStore(store.get(), X509_ASN_ENCODING, certificateBytes.data(),
                                         Size(certificateBytes), CERT_STORE_ADD_USE_EXISTING,
                                         certificate.put())) {
     const uint32_t code = LastErrorOr(kErrorInvalidData);
-    return LogFailure(log, L"Failed to add encoded certificate to store. Error code: ", code);
+    return LogFailure(
+        log, fromFile ? openFailure : L"Failed to add encoded certificate to store. Error code: ",
+        code);
   }
 
   // The one certificate just added, never an enumeration: nothing else can give the verdict.
