@@ -1,14 +1,10 @@
 // The gate's services on Windows: crypt32 and bcrypt, the nonce store, the certificate file.
-#include <filesystem>
-#include <fstream>
-#include <iterator>
-
 #include "auth/authorization_gate.h"
+#include "auth/certificate_file.h"
 #include "auth/challenge.h"
 #include "auth/crypto.h"
 #include "auth/nonce_store.h"
 #include "base/process_state.h"
-#include "base/text.h"
 
 namespace tarn {
 namespace {
@@ -16,11 +12,7 @@ namespace {
 class WinAuthorizationServices final : public AuthorizationServices {
  public:
   bool ReadCertificateFile(const std::wstring& path, std::wstring& text) override {
-    std::ifstream file{std::filesystem::path(path), std::ios::binary};
-    if (!file.is_open()) return false;
-    const std::string bytes{std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()};
-    text = Utf8ToWide(bytes);
-    return true;
+    return tarn::ReadCertificateFile(path, text);
   }
   uint32_t DecodeBase64(std::vector<uint8_t>& bytes, const std::wstring& text,
                         Logger* log) override {

@@ -22,9 +22,11 @@ inline constexpr const char* kAuthorizationIssuer = "DigiCert Global G2 TLS RSA 
 [[nodiscard]] uint32_t DecodeBase64(std::vector<uint8_t>& bytes, const std::wstring& text,
                                     Logger* log);
 
-// Builds the chain of every certificate in the store made from `certificatePath` (when
-// `fromFile`) or from `certificateBytes`; the last certificate's verdict stands. A chain is
-// acceptable when it reports no trust error other than an unknown revocation status.
+// Builds the chain of the one certificate `certificateBytes` encodes, in a memory store, for the
+// inline form and the file form alike (`certificatePath` and `fromFile` only name the source in
+// the log): the bytes checked here are the bytes the signatures are verified with. Revocation is
+// checked from the lists the machine holds, never the network. A chain is acceptable when it
+// reports no trust error other than an unknown or offline revocation status.
 /// 0 with the verdict in `isValid`, or the platform's error with `isValid` false.
 [[nodiscard]] uint32_t ValidateCertificate(bool& isValid, const std::wstring& certificatePath,
                                            const std::vector<uint8_t>& certificateBytes,

@@ -2,7 +2,7 @@
 # crypto_test_fixtures.sh PKIDIR WINE_PKIDIR OUTDIR: signatures and certificate bundles for the
 # crypto services' Windows tests, made with OpenSSL from the test PKI (sim/pki/make-pki.sh):
 #   OUTDIR/crypto_fixtures.h  the message and its signatures as byte arrays, and where the PKI is
-#   OUTDIR/*.p7b              several certificates in one file, for the file-store check
+#   OUTDIR/*.p7b              several certificates in one file: bytes that are no one certificate
 # Signatures follow the authorization service: RSA PKCS #1 v1.5 with SHA-256 over
 # SHA-256(message) || SHA-256(certificate DER). No key leaves the PKI folder.
 set -euo pipefail

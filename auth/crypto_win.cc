@@ -25,6 +25,15 @@ using UniqueCertChain =
 
 DWORD Size(const std::vector<uint8_t>& bytes) { return static_cast<DWORD>(bytes.size()); }
 
+// Revocation is checked with the lists the machine already holds (its stores and its cache), for
+// every certificate but the root, and never fetched: an endpoint without network answers at once.
+constexpr DWORD kRevocationFromWhatTheMachineHolds =
+    CERT_CHAIN_REVOCATION_CHECK_CHAIN_EXCLUDE_ROOT | CERT_CHAIN_REVOCATION_CHECK_CACHE_ONLY;
+// No list at hand leaves the status unknown and offline; only that is tolerated, so a
+// certificate whose issuer's list names it is refused like any other trust error.
+constexpr DWORD kToleratedRevocationStatus =
+    CERT_TRUST_REVOCATION_STATUS_UNKNOWN | CERT_TRUST_IS_OFFLINE_REVOCATION;
+
 // The certificate's subject, or its issuer with CERT_NAME_ISSUER_FLAG, as a simple display name.
 /// 0, or the platform's error (13 when it names none) or 8, with `name` untouched.
 [[nodiscard]] uint32_t GetSimpleName(std::string& name, PCCERT_CONTEXT certificate, DWORD flags,
@@ -97,66 +106,59 @@ uint32_t ValidateCertificate(bool& isValid, const std::wstring& certificatePath,
                              Logger* log) {
   isValid = false;
   WriteLog(log, L"Validate certificate");
-  UniqueCertStore store;
-  if (fromFile) {
-    WriteLog(log, L"Open certificate from path: " + certificatePath);
-    store.reset(CertOpenStore(CERT_STORE_PROV_FILENAME_W, X509_ASN_ENCODING, 0,
-                              CERT_STORE_OPEN_EXISTING_FLAG, certificatePath.c_str()));
-    if (!store) {
-      const uint32_t code = LastErrorOr(kErrorInvalidData);
-      return LogFailure(log, L"Failed to open certificate from path. Error code: ", code);
-    }
-  } else {
-    WriteLog(log, L"Open certificate");
-    store.reset(CertOpenStore(CERT_STORE_PROV_MEMORY, 0, 0, 0, nullptr));
-    if (!store) {
-      const uint32_t code = LastErrorOr(kErrorInvalidData);
-      return LogFailure(log, L"Failed to open certificate. Error code: ", code);
-    }
-    WriteLog(log, L"Add certificate data to certificate in store");
-    if (!CertAddEncodedCertificateToStore(store.get(), X509_ASN_ENCODING, certificateBytes.data(),
-                                          Size(certificateBytes), CERT_STORE_ADD_USE_EXISTING,
-                                          nullptr)) {
-      const uint32_t code = LastErrorOr(kErrorInvalidData);
-      return LogFailure(log, L"Failed to add encoded certificate to store. Error code: ", code);
-    }
-  }
-
-  WriteLog(log, L"Check certificates from store");
-  bool verdict = false;
+  // Both forms check the bytes already decoded, never the file again: a path whose content
+  // changed since it was read would otherwise have one certificate pass the chain while another
+  // signs the messages. The file form keeps its own lines: making the store from its bytes is
+  // its "open".
+  WriteLog(log, fromFile ? L"Open certificate from path: " + certificatePath
+                         : std::wstring(L"Open certificate"));
+  const wchar_t* const openFailure = fromFile
+                                         ? L"Failed to open certificate from path. Error code: "
+                                         : L"Failed to open certificate. Error code: ";
+  UniqueCertStore store(CertOpenStore(CERT_STORE_PROV_MEMORY, 0, 0, 0, nullptr));
+  if (!store) return LogFailure(log, openFailure, LastErrorOr(kErrorInvalidData));
+  if (!fromFile) WriteLog(log, L"Add certificate data to certificate in store");
   UniqueCertContext certificate;
-  // The enumeration frees the context it is handed, so the owner lets go of it first.
-  for (PCCERT_CONTEXT next = CertEnumCertificatesInStore(store.get(), nullptr); next != nullptr;
-       next = CertEnumCertificatesInStore(store.get(), certificate.release())) {
-    certificate.reset(next);
-    WriteLog(log, L"Get certificate name");
-    const DWORD nameSize = CertGetNameStringA(certificate.get(), CERT_NAME_SIMPLE_DISPLAY_TYPE, 0,
-                                              nullptr, nullptr, 0);
-    if (nameSize <= 1) {
-      // The name only identifies the certificate; the chain alone decides.
-      WriteLog(log, L"Certificate name not found");
-    } else {
-      std::string name;
-      if (!TryResize(name, nameSize)) {
-        WriteLog(log, L"Not enough memory for allocating to nameString variable");
-        return kErrorNotEnoughMemory;
-      }
-      CertGetNameStringA(certificate.get(), CERT_NAME_SIMPLE_DISPLAY_TYPE, 0, nullptr, name.data(),
-                         nameSize);
-    }
-
-    CERT_CHAIN_PARA parameters{};
-    parameters.cbSize = sizeof parameters;
-    UniqueCertChain chain;
-    if (!CertGetCertificateChain(HCCE_CURRENT_USER, certificate.get(), nullptr, store.get(),
-                                 &parameters, 0, nullptr, chain.put())) {
-      const uint32_t code = LastErrorOr(kErrorInvalidData);
-      return LogFailure(log, L"Cannot build certificate chain. Error code: ", code);
-    }
-    // Without a reachable revocation list the status is unknown; that alone is tolerated.
-    verdict = (chain.get()->TrustStatus.dwErrorStatus & ~CERT_TRUST_REVOCATION_STATUS_UNKNOWN) == 0;
-    WriteLog(log, L"Certificate validity: " + std::to_wstring(verdict));
+  if (!CertAddEncodedCertificateToStore(store.get(), X509_ASN_ENCODING, certificateBytes.data(),
+                                        Size(certificateBytes), CERT_STORE_ADD_USE_EXISTING,
+                                        certificate.put())) {
+    const uint32_t code = LastErrorOr(kErrorInvalidData);
+    return LogFailure(
+        log, fromFile ? openFailure : L"Failed to add encoded certificate to store. Error code: ",
+        code);
   }
+
+  // The one certificate just added, never an enumeration: nothing else can give the verdict.
+  WriteLog(log, L"Check certificates from store");
+  WriteLog(log, L"Get certificate name");
+  const DWORD nameSize =
+      CertGetNameStringA(certificate.get(), CERT_NAME_SIMPLE_DISPLAY_TYPE, 0, nullptr, nullptr, 0);
+  if (nameSize <= 1) {
+    // The name only identifies the certificate; the chain alone decides.
+    WriteLog(log, L"Certificate name not found");
+  } else {
+    std::string name;
+    if (!TryResize(name, nameSize)) {
+      WriteLog(log, L"Not enough memory for allocating to nameString variable");
+      return kErrorNotEnoughMemory;
+    }
+    CertGetNameStringA(certificate.get(), CERT_NAME_SIMPLE_DISPLAY_TYPE, 0, nullptr, name.data(),
+                       nameSize);
+  }
+
+  CERT_CHAIN_PARA parameters{};
+  parameters.cbSize = sizeof parameters;
+  UniqueCertChain chain;
+  if (!CertGetCertificateChain(HCCE_CURRENT_USER, certificate.get(), nullptr, store.get(),
+                               &parameters, kRevocationFromWhatTheMachineHolds, nullptr,
+                               chain.put())) {
+    const uint32_t code = LastErrorOr(kErrorInvalidData);
+    return LogFailure(log, L"Cannot build certificate chain. Error code: ", code);
+  }
+  const bool verdict = (chain.get()->TrustStatus.dwErrorStatus & ~kToleratedRevocationStatus) == 0;
+  WriteLog(log, L"Certificate validity: " + std::to_wstring(verdict));
+  chain.reset();
+  certificate.reset();
 
   WriteLog(log, L"Close certificate store");
   if (!CertCloseStore(store.release(), CERT_CLOSE_STORE_CHECK_FLAG)) {

@@ -1,16 +1,26 @@
 // The crypto services against the test PKI, in a prefix that trusts it (sim/pki/trust.sh), with
 // signatures made by OpenSSL at build time (auth/crypto_test_fixtures.sh).
+#include <windows.h>
+// clang-format off
+#include <wincrypt.h>
+// clang-format on
+
 #include <gtest/gtest.h>
 
+#include <cctype>
 #include <cstring>
+#include <filesystem>
 #include <fstream>
 #include <iterator>
+#include <optional>
 
+#include "auth/certificate_file.h"
 #include "auth/crypto.h"
 #include "auth/crypto/crypto_fixtures.h"
 #include "base/build_config.h"
 #include "base/test_log_capture.h"
 #include "base/text.h"
+#include "base/win_handles.h"
 
 namespace tarn {
 namespace {
@@ -84,55 +94,163 @@ TEST(ValidateCertificateTest, ChainDecidesForTheCertificateAsGiven) {
     EXPECT_EQ(ValidateCertificate(isValid, L"", der, false, log.get()), 0u);
     EXPECT_EQ(isValid, c.valid);
     const Messages messages = log.Take();
-    EXPECT_TRUE(ContainsInOrder(messages, {std::string("Certificate validity: ") + (c.valid ? "1" : "0"),
-                                           "Finished validating the certificate"}));
+    EXPECT_TRUE(
+        ContainsInOrder(messages, {std::string("Certificate validity: ") + (c.valid ? "1" : "0"),
+                                   "Finished validating the certificate"}));
 
-    // From a file holding the text form, as -certificatePath names it.
+    // The file form checks the same bytes and logs the lines it always logged.
     isValid = !c.valid;
-    EXPECT_EQ(ValidateCertificate(isValid, PkiFile((name + ".b64").c_str()), {}, true, nullptr),
-              0u);
+    const std::wstring path = PkiFile((name + ".b64").c_str());
+    EXPECT_EQ(ValidateCertificate(isValid, path, der, true, log.get()), 0u);
+    EXPECT_EQ(isValid, c.valid);
+    EXPECT_EQ(
+        log.Take(),
+        (Messages{"Validate certificate", "Open certificate from path: " + WideToSingleByte(path),
+                  "Check certificates from store", "Get certificate name",
+                  std::string("Certificate validity: ") + (c.valid ? "1" : "0"),
+                  "Close certificate store", "Finished validating the certificate"}));
+  }
+}
+
+// Puts the issuing CA's revocation list, which names auth-leaf-revoked, into the machine's "CA"
+// store, where an administrator or a policy puts the lists an offline endpoint is to know. The
+// store is closed after each change: Wine writes a registry store back only then.
+class ListedRevocation {
+ public:
+  ListedRevocation() {
+    EXPECT_TRUE(crl_);
+    UniqueCertStore store(MachineCaStore());
+    EXPECT_TRUE(CertAddCRLContextToStore(store.get(), crl_.get(), CERT_STORE_ADD_REPLACE_EXISTING,
+                                         nullptr));
+  }
+  ~ListedRevocation() {
+    // Wine's store drops a deleted list from its registry key only in memory, so the key that
+    // holds it (named by its SHA-1 thumbprint, on Windows as under Wine) goes directly.
+    BYTE sha1[20];
+    DWORD size = sizeof sha1;
+    if (!CertGetCRLContextProperty(crl_.get(), CERT_SHA1_HASH_PROP_ID, sha1, &size)) return;
+    std::string key = "Software\\Microsoft\\SystemCertificates\\CA\\CRLs\\";
+    for (const char c : ToLowerHex({sha1, sha1 + size})) key += static_cast<char>(toupper(c));
+    EXPECT_EQ(RegDeleteTreeA(HKEY_LOCAL_MACHINE, key.c_str()), ERROR_SUCCESS);
+  }
+
+ private:
+  static HCERTSTORE MachineCaStore() {
+    return CertOpenStore(CERT_STORE_PROV_SYSTEM_W, 0, 0, CERT_SYSTEM_STORE_LOCAL_MACHINE, L"CA");
+  }
+  const std::vector<uint8_t> der_ = ReadFile(PkiFile("auth-ca.crl"));
+  UniqueHandle<handle_traits::Traits<PCCRL_CONTEXT, nullptr, CertFreeCRLContext>> crl_{
+      CertCreateCRLContext(X509_ASN_ENCODING, der_.data(), static_cast<DWORD>(der_.size()))};
+};
+
+TEST(ValidateCertificateTest, ARevokedCertificateIsRefusedWhenItsListIsAtHand) {
+  // Without the list (no network, nothing cached) the revoked certificate still passes, as every
+  // certificate does whose status cannot be learnt; with it, it is refused, and only it.
+  for (const bool listed : {false, true}) {
+    std::optional<ListedRevocation> list;
+    if (listed) list.emplace();
+    for (const char* name : {"auth-leaf.cer", "auth-leaf-revoked.cer"}) {
+      SCOPED_TRACE(testing::Message() << name << (listed ? " with" : " without") << " the list");
+      const bool valid = !listed || std::string(name) == "auth-leaf.cer";
+      bool isValid = !valid;
+      LogCapture log("tarn-revocation-test");
+      EXPECT_EQ(ValidateCertificate(isValid, L"", Certificate(name), false, log.get()), 0u);
+      EXPECT_EQ(isValid, valid);
+      EXPECT_TRUE(ContainsInOrder(log.Take(),
+                                  {std::string("Certificate validity: ") + (valid ? "1" : "0")}));
+    }
+  }
+}
+
+TEST(ValidateCertificateTest, TheDecodedBytesDecideNeverThePath) {
+  // The path is only named in the log: a file that now holds another certificate, or none,
+  // cannot lend its verdict to the bytes the signatures are verified with.
+  struct Case {
+    const char* path;
+    const char* certificate;
+    bool valid;
+  } cases[] = {
+      {"auth-leaf.b64", "auth-leaf-expired.cer", false},
+      {"auth-leaf.b64", "auth-leaf-untrusted.cer", false},
+      {"auth-leaf-untrusted.b64", "auth-leaf.cer", true},
+      {"absent.b64", "auth-leaf.cer", true},
+  };
+  for (const Case& c : cases) {
+    SCOPED_TRACE(std::string(c.path) + " / " + c.certificate);
+    bool isValid = !c.valid;
+    EXPECT_EQ(
+        ValidateCertificate(isValid, PkiFile(c.path), Certificate(c.certificate), true, nullptr),
+        0u);
     EXPECT_EQ(isValid, c.valid);
   }
 }
 
-TEST(ValidateCertificateTest, LastCertificateOfTheStoreStands) {
-  // The same two certificates, expired and valid, in both orders: the verdicts differ, and each
-  // is the verdict of the certificate checked last.
-  std::vector<bool> verdicts;
+TEST(ValidateCertificateTest, BytesThatAreNotOneCertificateAreTheSystemError) {
+  // Two certificates in one PKCS #7 file, in either order, are no certificate: no verdict of
+  // one of them may stand for the bytes.
+  std::vector<std::vector<uint8_t>> inputs = {Bytes("not a certificate"), {}};
   for (const wchar_t* bundle : {L"expired-then-valid.p7b", L"valid-then-expired.p7b"}) {
-    SCOPED_TRACE(testing::PrintToString(std::wstring(bundle)));
-    LogCapture log("tarn-certificate-bundle-test");
-    bool isValid = false;
-    const std::wstring path = std::wstring(crypto_fixtures::kBundleDir) + L"\\" + bundle;
-    ASSERT_EQ(ValidateCertificate(isValid, path, {}, true, log.get()), 0u);
-    Messages validity;
-    for (const std::string& message : log.Take()) {
-      if (message.rfind("Certificate validity: ", 0) == 0) validity.push_back(message);
-    }
-    ASSERT_EQ(validity.size(), 2u);
-    EXPECT_NE(validity[0], validity[1]);
-    EXPECT_EQ(validity[1], std::string("Certificate validity: ") + (isValid ? "1" : "0"));
-    verdicts.push_back(isValid);
+    inputs.push_back(ReadFile(std::wstring(crypto_fixtures::kBundleDir) + L"\\" + bundle));
+    ASSERT_FALSE(inputs.back().empty());
   }
-  EXPECT_NE(verdicts[0], verdicts[1]);
+  for (const std::vector<uint8_t>& input : inputs) {
+    for (const bool fromFile : {false, true}) {
+      SCOPED_TRACE(testing::Message() << input.size() << " bytes, from file " << fromFile);
+      bool isValid = true;
+      LogCapture log("tarn-certificate-error-test");
+      EXPECT_NE(ValidateCertificate(isValid, PkiFile("auth-leaf.b64"), input, fromFile, log.get()),
+                0u);
+      EXPECT_FALSE(isValid);
+      const std::string failure = fromFile
+                                      ? "Failed to open certificate from path. Error code: "
+                                      : "Failed to add encoded certificate to store. Error code: ";
+      EXPECT_EQ(log.Take().back().rfind(failure, 0), 0u);
+    }
+  }
 }
 
-TEST(ValidateCertificateTest, UnreadableInputIsTheSystemError) {
-  bool isValid = true;
-  LogCapture log("tarn-certificate-error-test");
-  EXPECT_EQ(ValidateCertificate(isValid, PkiFile("absent.cer"), {}, true, log.get()), 2u);
-  EXPECT_FALSE(isValid);
-  EXPECT_EQ(log.Take(),
-            (Messages{"Validate certificate",
-                      "Open certificate from path: " + WideToSingleByte(PkiFile("absent.cer")),
-                      "Failed to open certificate from path. Error code: 2"}));
-
-  isValid = true;
-  EXPECT_NE(ValidateCertificate(isValid, L"", Bytes("not a certificate"), false, log.get()), 0u);
-  EXPECT_FALSE(isValid);
-  const Messages messages = log.Take();
-  EXPECT_EQ(messages.back().rfind("Failed to add encoded certificate to store. Error code: ", 0),
-            0u);
+TEST(ReadCertificateFileTest, IntegratorFormsGiveTheCertificateTheRestStandsAsRead) {
+  const std::vector<uint8_t> b64 = ReadFile(PkiFile("auth-leaf.b64"));
+  const std::vector<uint8_t> pem = ReadFile(PkiFile("auth-leaf.pem"));
+  const std::string text(b64.begin(), b64.end());
+  const std::string pemText(pem.begin(), pem.end());
+  const auto utf16 = [](const std::string& ascii) {  // as Windows PowerShell 5 writes it
+    std::string bytes = "\xff\xfe";
+    for (const char c : ascii) bytes += {c, '\0'};
+    return bytes;
+  };
+  const std::string junkPem = "-----BEGIN CERTIFICATE-----\nTWFu\n-----END CERTIFICATE-----\n";
+  struct Case {
+    const char* name;
+    std::string file;
+    bool certificate;  // else the file's bytes as UTF-8 text, as before
+  } cases[] = {
+      {"base64", text, true},
+      {"UTF-16 LE", utf16(text + "\r\n"), true},
+      {"PEM", pemText, true},
+      {"PEM in UTF-16 LE", utf16(pemText), true},
+      {"PEM of no certificate", junkPem, false},
+      {"UTF-16 LE of no certificate", utf16("TWFu"), false},
+      {"chain of two PEM certificates", pemText + pemText, false},
+  };
+  const std::wstring path = std::filesystem::temp_directory_path() / L"tarn-certificate-file.txt";
+  for (const Case& c : cases) {
+    SCOPED_TRACE(c.name);
+    std::ofstream(path.c_str(), std::ios::binary) << c.file;
+    std::wstring read;
+    ASSERT_TRUE(ReadCertificateFile(path, read));
+    if (c.certificate) {
+      std::vector<uint8_t> der;
+      ASSERT_EQ(DecodeBase64(der, read, nullptr), 0u);
+      EXPECT_EQ(der, Certificate("auth-leaf.cer"));
+    } else {
+      EXPECT_EQ(read, Utf8ToWide(c.file));
+    }
+  }
+  std::filesystem::remove(path);
+  std::wstring untouched = L"x";
+  EXPECT_FALSE(ReadCertificateFile(path, untouched));
+  EXPECT_EQ(untouched, L"x");
 }
 
 TEST(ValidateCertificateInformationTest, SubjectAndIssuerMustBeTheServiceOnes) {

@@ -2,10 +2,11 @@
 # testbed.sh: the project's Wine test bed for Windows x64 programs that check Authenticode
 # signatures (testbed/README.md says why each piece exists).
 #   prefix DIR            create or repair a 64-bit prefix: helpers in C:\testbed, the trust
-#                         provider wrapper registered, no crash debugger (idempotent; run it
-#                         before every test run, since wineboot -u undoes the registration)
+#                         provider and revocation wrappers registered, no crash debugger
+#                         (idempotent; run it before every test run, since wineboot -u undoes
+#                         the registration)
 #   trust-root DIR CERT   add CERT (DER or PEM) to LocalMachine "Root" in the prefix DIR
-#   build OUTDIR          compile tsprov.dll, certroot.exe and wrun.exe into OUTDIR (what changed)
+#   build OUTDIR          compile tsprov.dll, tsrev.dll, certroot.exe and wrun.exe into OUTDIR
 #   sign IN OUT CHAIN.pem KEY [rfc3161|legacy|none]
 #                         Authenticode-sign IN (SHA-256) with osslsigncode, time-stamped by the
 #                         local time-stamping server of TARN_TSA_CERT (chain, PEM) and TARN_TSA_KEY
@@ -47,7 +48,7 @@ cmd_build() {
   local out=${1:?usage: testbed.sh build OUTDIR}
   local cxx=${TARN_TESTBED_CXX:-x86_64-w64-mingw32-g++-posix} job pids=() failed=0
   mkdir -p "$out"
-  for job in "tsprov.dll tsprov.cc -shared -lcrypt32 -lbcrypt" \
+  for job in "tsprov.dll tsprov.cc -shared -lcrypt32 -lbcrypt" "tsrev.dll tsrev.cc -shared -lcrypt32" \
     "certroot.exe certroot.cc -municode -lcrypt32" "wrun.exe wrun.cc -municode"; do
     set -- $job  # output, source, flags
     local bin=$out/$1 src=$here/$2
@@ -82,6 +83,11 @@ cmd_prefix() {
       printf '[%s\\%s\\%s]\r\n' "$providers" "${step%%:*}" "$action"
       printf '"$DLL"="C:\\\\testbed\\\\tsprov.dll"\r\n"$Function"="%s"\r\n\r\n' "${step#*:}"
     done
+    # Revocation goes through the wrapper, which consults the "CA" store's lists as Windows does.
+    printf '[HKEY_LOCAL_MACHINE\\Software\\Microsoft\\Cryptography\\OID\\EncodingType 1\\CertDllVerifyRevocation\\DEFAULT]\r\n'
+    # (hex(7) of an ANSI .reg file: one byte per character, as reg import reads it)
+    printf '"Dll"=hex(7):%s\r\n\r\n' "$(printf 'C:\\testbed\\tsrev.dll\0\0' |
+      od -An -v -tx1 | tr -s ' \n' ' ' | sed 's/^ //;s/ $//;s/ /,/g')"
     # No winedbg on a crash: it would write its register dump into the program's stdout.
     printf '[HKEY_LOCAL_MACHINE\\Software\\Microsoft\\Windows NT\\CurrentVersion\\AeDebug]\r\n'
     printf '"Debugger"=""\r\n'

@@ -64,6 +64,16 @@ extendedKeyUsage = serverAuth
 subjectKeyIdentifier = hash
 authorityKeyIdentifier = keyid
 subjectAltName = DNS:\${ENV::SAN_HOST}
+[tls_server_listed]
+basicConstraints = critical, CA:FALSE
+keyUsage = critical, digitalSignature, keyEncipherment
+extendedKeyUsage = serverAuth
+subjectKeyIdentifier = hash
+authorityKeyIdentifier = keyid
+subjectAltName = DNS:\${ENV::SAN_HOST}
+crlDistributionPoints = URI:http://crl.tarn-test.invalid/auth-ca.crl
+[crl_ext]
+authorityKeyIdentifier = keyid
 EOF
 touch index.txt && echo 01 >serial.txt
 mkdir issued
@@ -120,14 +130,22 @@ leaf auth-leaf-other-ca "/CN=$host" tls_server auth-other-ca
 leaf auth-leaf-untrusted "/CN=$host" tls_server auth-untrusted-ca
 SAN_HOST=other-service.arvantis.example leaf auth-leaf-wrong-subject \
   "/CN=other-service.arvantis.example" tls_server auth-ca
-for n in auth-leaf auth-leaf-rekeyed auth-leaf-expired auth-leaf-wrong-subject; do
+# Revoked by its CA: the CA's revocation list (DER, valid as long as the CA) lists it alone. Its
+# distribution point names a host that never resolves, as for a machine without network.
+leaf auth-leaf-revoked "/CN=$host" tls_server_listed auth-ca
+openssl ca -config openssl.cnf -revoke auth-leaf-revoked.pem -cert auth-ca.pem \
+  -keyfile auth-ca.key 2>ca.log || { cat ca.log >&2; exit 1; }
+openssl ca -config openssl.cnf -gencrl -crldays 10950 -crlexts crl_ext -cert auth-ca.pem \
+  -keyfile auth-ca.key -out auth-ca-crl.pem 2>ca.log || { cat ca.log >&2; exit 1; }
+openssl crl -in auth-ca-crl.pem -outform der -out auth-ca.crl
+for n in auth-leaf auth-leaf-rekeyed auth-leaf-expired auth-leaf-wrong-subject auth-leaf-revoked; do
   chain "$n" auth-ca auth-root
 done
 chain auth-leaf-other-ca auth-other-ca auth-root
 chain auth-leaf-untrusted auth-untrusted-ca auth-untrusted-root
 for n in auth-leaf*.cer; do base64 -w0 "$n" >"${n%.cer}.b64"; done
 
-rm -rf index.txt* serial.txt* openssl.cnf ca.log issued
+rm -rf index.txt* serial.txt* openssl.cnf ca.log issued auth-ca-crl.pem
 echo "$host" >auth-host.txt
 chmod 600 ./*.key
 rm -rf "$out"
