@@ -4,7 +4,7 @@
 
 #include <cstdint>
 #include <filesystem>
-#include <memory>
+#include <ostream>
 #include <string>
 #include <vector>
 
@@ -13,28 +13,11 @@ namespace tarn::e2e {
 struct ToolRun {
   uint32_t exitCode = 0;
   std::string out;  // standard output, byte for byte
+  bool operator==(const ToolRun& o) const { return exitCode == o.exitCode && out == o.out; }
 };
-
-// A tool that was started and not yet waited for. Ended when dropped while still running.
-class RunningTool {
- public:
-  ~RunningTool();
-  RunningTool(const RunningTool&) = delete;
-  RunningTool& operator=(const RunningTool&) = delete;
-
-  uint32_t processId() const { return processId_; }
-  // True when the tool is still running after `waitMs`.
-  bool StillRunningAfter(uint32_t waitMs) const;
-  // Reads its standard output to the end and its exit code (bounded wait).
-  ToolRun Wait();
-
- private:
-  friend class Sandbox;
-  RunningTool() = default;
-  void* process_ = nullptr;  // HANDLEs, kept out of this header
-  void* output_ = nullptr;
-  uint32_t processId_ = 0;
-};
+inline void PrintTo(const ToolRun& run, std::ostream* os) {
+  *os << "exit " << run.exitCode << ", out \"" << run.out << "\"";
+}
 
 // A fresh folder holding a copy of the tool; removed again at the end of the test.
 class Sandbox {
@@ -47,20 +30,19 @@ class Sandbox {
   const std::filesystem::path& dir() const { return dir_; }
   std::filesystem::path exe() const { return dir_ / "tarn-rmm.exe"; }
 
-  // Runs the tool with `args` after the program path. argv[0] is the tool's full path unless
-  // `programArg` is given; the child starts in `workingDir` (the sandbox by default).
+  // Runs the tool with `args` after the program path and waits for its end. argv[0] is the tool's
+  // full path unless `programArg` is given; the child starts in `workingDir` (the sandbox by
+  // default).
   ToolRun Run(const std::vector<std::wstring>& args, const std::wstring& programArg = L"",
               const std::filesystem::path& workingDir = {}) const;
-  // The same, without waiting for the tool to end; null when it could not be started.
-  std::unique_ptr<RunningTool> Start(const std::vector<std::wstring>& args,
-                                     const std::wstring& programArg = L"",
-                                     const std::filesystem::path& workingDir = {}) const;
 
   void WriteFile(const std::string& name, const std::string& bytes) const;
   bool Exists(const std::string& name) const;
   std::string ReadFile(const std::string& name) const;
   // The messages of log.txt, in order, with their time stamps checked and cut off.
   std::vector<std::string> LogMessages() const;
+  // Whether the log holds `message` as one whole message.
+  bool Logged(const std::string& message) const;
 
   // A configuration file that switches logging on.
   void EnableLogging() const { WriteFile("configfile.txt", "Logging=true\r\n"); }
