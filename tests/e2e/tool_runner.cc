@@ -60,11 +60,18 @@ Sandbox::~Sandbox() {
 
 ToolRun Sandbox::Run(const std::vector<std::wstring>& args, const std::wstring& programArg,
                      const std::filesystem::path& workingDir) const {
+  std::unique_ptr<RunningTool> tool = Start(args, programArg, workingDir);
+  return tool ? tool->Wait() : ToolRun{};
+}
+
+std::unique_ptr<RunningTool> Sandbox::Start(const std::vector<std::wstring>& args,
+                                            const std::wstring& programArg,
+                                            const std::filesystem::path& workingDir) const {
   SECURITY_ATTRIBUTES inherit{sizeof inherit, nullptr, TRUE};
   UniqueKernelHandle readEnd, writeEnd;
   if (!CreatePipe(readEnd.put(), writeEnd.put(), &inherit, 0)) {
     ADD_FAILURE() << "CreatePipe failed: " << GetLastError();
-    return {};
+    return nullptr;
   }
   SetHandleInformation(readEnd.get(), HANDLE_FLAG_INHERIT, 0);
   UniqueFileHandle nul(CreateFileW(L"NUL", GENERIC_READ | GENERIC_WRITE,
@@ -80,28 +87,46 @@ ToolRun Sandbox::Run(const std::vector<std::wstring>& args, const std::wstring& 
   startup.hStdInput = nul.get();
   startup.hStdOutput = writeEnd.get();
   startup.hStdError = nul.get();
-  PROCESS_INFORMATION started{};
+  PROCESS_INFORMATION process{};
   const std::wstring cwd = (workingDir.empty() ? dir_ : workingDir).wstring();
   if (!CreateProcessW(exe().wstring().c_str(), commandLine.data(), nullptr, nullptr, TRUE, 0,
-                      nullptr, cwd.c_str(), &startup, &started)) {
+                      nullptr, cwd.c_str(), &startup, &process)) {
     ADD_FAILURE() << "CreateProcessW failed: " << GetLastError();
-    return {};
+    return nullptr;
   }
-  UniqueKernelHandle process(started.hProcess), thread(started.hThread);
-  writeEnd.reset();  // the child holds the only write end now: EOF comes when it ends
+  CloseHandle(process.hThread);
+  std::unique_ptr<RunningTool> tool(new RunningTool);
+  tool->process_ = process.hProcess;
+  tool->output_ = readEnd.release();
+  tool->processId_ = process.dwProcessId;
+  return tool;  // the child holds the only write end now: EOF comes when it ends
+}
 
+RunningTool::~RunningTool() {
+  if (process_ != nullptr) {
+    if (WaitForSingleObject(process_, 0) == WAIT_TIMEOUT) TerminateProcess(process_, 0xDEAD);
+    CloseHandle(process_);
+  }
+  if (output_ != nullptr) CloseHandle(output_);
+}
+
+bool RunningTool::StillRunningAfter(uint32_t waitMs) const {
+  return WaitForSingleObject(process_, waitMs) == WAIT_TIMEOUT;
+}
+
+ToolRun RunningTool::Wait() {
   ToolRun run;
   char buffer[4096];
   DWORD got = 0;
-  while (::ReadFile(readEnd.get(), buffer, sizeof buffer, &got, nullptr) && got > 0) {
+  while (::ReadFile(output_, buffer, sizeof buffer, &got, nullptr) && got > 0) {
     run.out.append(buffer, got);
   }
-  if (WaitForSingleObject(process.get(), kRunLimitMs) != WAIT_OBJECT_0) {
-    TerminateProcess(process.get(), 0xDEAD);
+  if (WaitForSingleObject(process_, kRunLimitMs) != WAIT_OBJECT_0) {
+    TerminateProcess(process_, 0xDEAD);
     ADD_FAILURE() << "the tool did not end within " << kRunLimitMs << " ms";
   }
   DWORD code = 0;
-  GetExitCodeProcess(process.get(), &code);
+  GetExitCodeProcess(process_, &code);
   run.exitCode = code;
   return run;
 }

@@ -4,6 +4,7 @@
 
 #include <cstdint>
 #include <filesystem>
+#include <memory>
 #include <ostream>
 #include <string>
 #include <vector>
@@ -19,6 +20,27 @@ inline void PrintTo(const ToolRun& run, std::ostream* os) {
   *os << "exit " << run.exitCode << ", out \"" << run.out << "\"";
 }
 
+// A tool that was started and not yet waited for. Ended when dropped while still running.
+class RunningTool {
+ public:
+  ~RunningTool();
+  RunningTool(const RunningTool&) = delete;
+  RunningTool& operator=(const RunningTool&) = delete;
+
+  uint32_t processId() const { return processId_; }
+  // True when the tool is still running after `waitMs`.
+  bool StillRunningAfter(uint32_t waitMs) const;
+  // Reads its standard output to the end and its exit code (bounded wait).
+  ToolRun Wait();
+
+ private:
+  friend class Sandbox;
+  RunningTool() = default;
+  void* process_ = nullptr;  // HANDLEs, kept out of this header
+  void* output_ = nullptr;
+  uint32_t processId_ = 0;
+};
+
 // A fresh folder holding a copy of the tool; removed again at the end of the test.
 class Sandbox {
  public:
@@ -30,11 +52,14 @@ class Sandbox {
   const std::filesystem::path& dir() const { return dir_; }
   std::filesystem::path exe() const { return dir_ / "tarn-rmm.exe"; }
 
-  // Runs the tool with `args` after the program path and waits for its end. argv[0] is the tool's
-  // full path unless `programArg` is given; the child starts in `workingDir` (the sandbox by
-  // default).
+  // Runs the tool with `args` after the program path. argv[0] is the tool's full path unless
+  // `programArg` is given; the child starts in `workingDir` (the sandbox by default).
   ToolRun Run(const std::vector<std::wstring>& args, const std::wstring& programArg = L"",
               const std::filesystem::path& workingDir = {}) const;
+  // The same, without waiting for the tool to end; null when it could not be started.
+  std::unique_ptr<RunningTool> Start(const std::vector<std::wstring>& args,
+                                     const std::wstring& programArg = L"",
+                                     const std::filesystem::path& workingDir = {}) const;
 
   void WriteFile(const std::string& name, const std::string& bytes) const;
   bool Exists(const std::string& name) const;
