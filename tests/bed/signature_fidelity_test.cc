@@ -85,70 +85,52 @@ TrustAnswer Verify(const std::wstring& path) {
 // kOne: one time stamp that verifies; kBroken: one that does not.
 enum class TimeStamp { kOne, kBroken, kNone, kUnchecked };
 
-struct VariantCase {
-  const char* testName;
-  const wchar_t* variant;
-  LONG result;
-  TimeStamp timeStamp;
-  const wchar_t* leafCommonName;  // null: not checked
-  bool sampleOnly = false;        // the build makes this variant of sample.dll alone
-};
+TEST(SignedVariantTest, EachModuleOfEachVariantAnswersAsWindows) {
+  const struct {
+    const wchar_t* variant;
+    LONG result;
+    TimeStamp timeStamp;
+    const wchar_t* leafCommonName;  // null: not checked
+    bool sampleOnly = false;        // the build makes this variant of sample.dll alone
+  } cases[] = {
+      {L"timestamped", 0, TimeStamp::kOne, L"Arvantis SRL"},
+      {L"legacy-timestamp", 0, TimeStamp::kOne, L"Arvantis SRL"},
+      {L"untimestamped", 0, TimeStamp::kNone, L"Arvantis SRL"},
+      {L"foreign", 0, TimeStamp::kOne, L"Foreign Test Signer"},
+      {L"capitals", 0, TimeStamp::kOne, L"ARVANTIS SRL"},
+      {L"untrusted", CERT_E_UNTRUSTEDROOT, TimeStamp::kUnchecked, nullptr},
+      {L"unsigned", TRUST_E_NOSIGNATURE, TimeStamp::kUnchecked, nullptr},
+      {L"tampered", TRUST_E_BAD_DIGEST, TimeStamp::kUnchecked, nullptr},
+      // One byte of the TSA's RSA signature inverted: the file's own signature still holds.
+      {L"timestamp-broken", TRUST_E_TIME_STAMP, TimeStamp::kBroken, L"Arvantis SRL", true},
+      {L"legacy-timestamp-broken", TRUST_E_TIME_STAMP, TimeStamp::kBroken, L"Arvantis SRL", true},
+  };
+  const std::vector<const wchar_t*> all(std::begin(kSignedModules), std::end(kSignedModules));
+  for (const auto& c : cases) {
+    for (const wchar_t* module : c.sampleOnly ? std::vector<const wchar_t*>{L"sample.dll"} : all) {
+      const std::wstring path = std::wstring(kSignedDir) + L"\\" + c.variant + L"\\" + module;
+      SCOPED_TRACE(testing::Message() << "file " << testing::PrintToString(path));
+      EXPECT_NE(GetFileAttributesW(path.c_str()), INVALID_FILE_ATTRIBUTES);
 
-void PrintTo(const VariantCase& c, std::ostream* os) { *os << c.testName; }
-
-// The modules the build wrote in this variant.
-std::vector<const wchar_t*> ModulesOf(const VariantCase& c) {
-  if (c.sampleOnly) return {L"sample.dll"};
-  return {std::begin(kSignedModules), std::end(kSignedModules)};
-}
-
-class SignedVariantTest : public testing::TestWithParam<VariantCase> {};
-
-TEST_P(SignedVariantTest, AnswersAsWindows) {
-  const VariantCase& c = GetParam();
-  for (const wchar_t* module : ModulesOf(c)) {
-    const std::wstring path = std::wstring(kSignedDir) + L"\\" + c.variant + L"\\" + module;
-    SCOPED_TRACE(testing::Message() << "file " << testing::PrintToString(path));
-    ASSERT_NE(GetFileAttributesW(path.c_str()), INVALID_FILE_ATTRIBUTES);
-
-    const TrustAnswer answer = Verify(path);
-    EXPECT_EQ(static_cast<DWORD>(answer.result), static_cast<DWORD>(c.result));
-    EXPECT_EQ(answer.closeResult, 0);
-    if (c.timeStamp != TimeStamp::kUnchecked) {
-      ASSERT_TRUE(answer.hasSigner);
-      const size_t expected = c.timeStamp == TimeStamp::kNone ? 0 : 1;
-      const DWORD expectedError =
-          c.timeStamp == TimeStamp::kBroken ? static_cast<DWORD>(TRUST_E_TIME_STAMP) : 0;
-      ASSERT_EQ(answer.counterSigners.size(), expected);
-      for (const CounterSigner& counter : answer.counterSigners) {
-        EXPECT_EQ(counter.type, static_cast<DWORD>(SGNR_TYPE_TIMESTAMP));
-        EXPECT_EQ(counter.error, expectedError);
+      const TrustAnswer answer = Verify(path);
+      EXPECT_EQ(static_cast<DWORD>(answer.result), static_cast<DWORD>(c.result));
+      EXPECT_EQ(answer.closeResult, 0);
+      if (c.timeStamp != TimeStamp::kUnchecked) {
+        EXPECT_TRUE(answer.hasSigner);
+        const DWORD expectedError =
+            c.timeStamp == TimeStamp::kBroken ? static_cast<DWORD>(TRUST_E_TIME_STAMP) : 0;
+        EXPECT_EQ(answer.counterSigners.size(), c.timeStamp == TimeStamp::kNone ? 0u : 1u);
+        for (const CounterSigner& counter : answer.counterSigners) {
+          EXPECT_EQ(counter.type, static_cast<DWORD>(SGNR_TYPE_TIMESTAMP));
+          EXPECT_EQ(counter.error, expectedError);
+        }
       }
-    }
-    if (c.leafCommonName) {
-      EXPECT_EQ(answer.leafCommonName, c.leafCommonName);
+      if (c.leafCommonName) {
+        EXPECT_EQ(answer.leafCommonName, c.leafCommonName);
+      }
     }
   }
 }
-
-INSTANTIATE_TEST_SUITE_P(
-    Variants, SignedVariantTest,
-    testing::Values(
-        VariantCase{"Timestamped", L"timestamped", 0, TimeStamp::kOne, L"Arvantis SRL"},
-        VariantCase{"LegacyTimestamp", L"legacy-timestamp", 0, TimeStamp::kOne, L"Arvantis SRL"},
-        VariantCase{"Untimestamped", L"untimestamped", 0, TimeStamp::kNone, L"Arvantis SRL"},
-        VariantCase{"Foreign", L"foreign", 0, TimeStamp::kOne, L"Foreign Test Signer"},
-        VariantCase{"Capitals", L"capitals", 0, TimeStamp::kOne, L"ARVANTIS SRL"},
-        VariantCase{"Untrusted", L"untrusted", CERT_E_UNTRUSTEDROOT, TimeStamp::kUnchecked,
-                    nullptr},
-        VariantCase{"Unsigned", L"unsigned", TRUST_E_NOSIGNATURE, TimeStamp::kUnchecked, nullptr},
-        VariantCase{"Tampered", L"tampered", TRUST_E_BAD_DIGEST, TimeStamp::kUnchecked, nullptr},
-        // One byte of the TSA's RSA signature inverted: the file's own signature still holds.
-        VariantCase{"TimestampBroken", L"timestamp-broken", TRUST_E_TIME_STAMP, TimeStamp::kBroken,
-                    L"Arvantis SRL", true},
-        VariantCase{"LegacyTimestampBroken", L"legacy-timestamp-broken", TRUST_E_TIME_STAMP,
-                    TimeStamp::kBroken, L"Arvantis SRL", true}),
-    [](const testing::TestParamInfo<VariantCase>& info) { return info.param.testName; });
 
 }  // namespace
 }  // namespace tarn::bed

@@ -8,50 +8,37 @@
 namespace tarn::e2e {
 namespace {
 
-using Messages = std::vector<std::string>;
-
-const Messages kGateLines = {"Validate authorization", "See if command must be authorized",
-                             "Begin command search", "Command does not need authorization"};
-
-Messages Concat(Messages a, const Messages& b) {
-  a.insert(a.end(), b.begin(), b.end());
-  return a;
-}
-
-TEST(FrontEndTest, ArgumentCountOutside2To30Gives160WithoutOutputOrLog) {
-  Sandbox box;
-  box.EnableLogging();
-  const std::vector<std::wstring> tooMany(30, L"-checkis64bitos");  // 31 with the program
-  for (const auto& args : {std::vector<std::wstring>{}, tooMany}) {
-    const ToolRun run = box.Run(args);
-    EXPECT_EQ(run.exitCode, 160u) << args.size();
-    EXPECT_EQ(run.out, "");
-  }
-  EXPECT_FALSE(box.Exists("log.txt"));
-
-  const ToolRun thirty = box.Run(std::vector<std::wstring>(29, L"-checkis64bitos"));
-  EXPECT_EQ(thirty.exitCode, 0u);
-  EXPECT_EQ(thirty.out, "1");
-}
-
-TEST(FrontEndTest, CommandWordsIgnoreLetterCase) {
-  Sandbox box;
-  for (const wchar_t* word : {L"-checkis64bitos", L"-CHECKIS64BITOS", L"-CheckIs64BitOS"}) {
-    const ToolRun run = box.Run({word});
-    EXPECT_EQ(run.exitCode, 0u) << word;
-    EXPECT_EQ(run.out, "1") << word;
-  }
-}
-
-// A near miss of a command word (no hyphen, one letter more, nothing) is an unknown word.
-TEST(FrontEndTest, UnknownWordPassesTheGateThenGives160) {
-  for (const wchar_t* word : {L"-foo", L"checkis64bitos", L"-getinstallationlinks", L""}) {
+TEST(FrontEndTest, ArgumentCountAndCommandWords) {
+  const struct {
+    std::vector<std::wstring> args;
+    ToolRun expected;
+    const char* line;  // null: no log at all; else its last message, after the gate passed
+  } cases[] = {
+      {{}, {160, ""}, nullptr},
+      {std::vector<std::wstring>(30, L"-checkis64bitos"), {160, ""}, nullptr},  // 31 with argv[0]
+      {std::vector<std::wstring>(29, L"-checkis64bitos"), {0, "1"}, ""},
+      {{L"-CHECKIS64BITOS"}, {0, "1"}, ""},
+      {{L"-CheckIs64BitOS"}, {0, "1"}, ""},
+      // A near miss of a command word (no hyphen, one letter more, nothing) is an unknown word.
+      {{L"-foo"}, {160, ""}, "Invalid arguments"},
+      {{L"checkis64bitos"}, {160, ""}, "Invalid arguments"},
+      {{L"-getinstallationlinks"}, {160, ""}, "Invalid arguments"},
+      {{L""}, {160, ""}, "Invalid arguments"},
+      {{L"-checkiflegacyversion", L"any", L"arguments"}, {0, "0"}, "Returned value of legacy: 0"},
+  };
+  for (const auto& c : cases) {
+    const std::wstring name =
+        c.args.empty() ? L"" : c.args[0] + L" x" + std::to_wstring(c.args.size());
     Sandbox box;
     box.EnableLogging();
-    const ToolRun run = box.Run({word});
-    EXPECT_EQ(run.exitCode, 160u) << word;
-    EXPECT_EQ(run.out, "") << word;
-    EXPECT_EQ(box.LogMessages(), Concat(kGateLines, {"Invalid arguments"}));
+    EXPECT_EQ(box.Run(c.args), c.expected) << name;
+    if (c.line == nullptr) {
+      EXPECT_FALSE(box.Exists("log.txt")) << name;
+    } else if (*c.line != '\0') {
+      const auto log = box.LogMessages();
+      EXPECT_TRUE(ContainsInOrder(log, {"Command does not need authorization"})) << name;
+      EXPECT_EQ(log.back(), c.line) << name;
+    }
   }
 }
 
@@ -68,8 +55,7 @@ TEST(FrontEndTest, OnlyTheExactConfigurationLineSwitchesLoggingOn) {
   for (const auto& c : cases) {
     Sandbox box;
     box.WriteFile("configfile.txt", c.config);
-    const ToolRun run = box.Run({L"-checkis64bitos"});
-    EXPECT_EQ(run.out, "1");
+    EXPECT_EQ(box.Run({L"-checkis64bitos"}), (ToolRun{0, "1"}));
     EXPECT_EQ(box.Exists("log.txt"), c.on) << c.config;
   }
 }
@@ -78,9 +64,7 @@ TEST(FrontEndTest, ProgramPathWithoutBackslashUsesTheCurrentDirectory) {
   Sandbox box;
   Sandbox elsewhere;  // the current directory, with its own configuration
   elsewhere.EnableLogging();
-  const ToolRun run = box.Run({L"-checkis64bitos"}, L"tarn-rmm.exe", elsewhere.dir());
-  EXPECT_EQ(run.exitCode, 0u);
-  EXPECT_EQ(run.out, "1");
+  EXPECT_EQ(box.Run({L"-checkis64bitos"}, L"tarn-rmm.exe", elsewhere.dir()), (ToolRun{0, "1"}));
   EXPECT_TRUE(elsewhere.Exists("log.txt"));
   EXPECT_FALSE(box.Exists("log.txt"));
 }
@@ -89,44 +73,19 @@ TEST(FrontEndTest, UnopenableLogFileDoesNotStopTheCommand) {
   Sandbox box;
   box.EnableLogging();
   std::filesystem::create_directory(box.dir() / "log.txt");
-  const ToolRun run = box.Run({L"-getversion"});
-  EXPECT_EQ(run.exitCode, 0u);
-  EXPECT_EQ(run.out, TARN_VERSION_TEXT);
+  EXPECT_EQ(box.Run({L"-getversion"}), (ToolRun{0, TARN_VERSION_TEXT}));
 }
 
 TEST(FrontEndTest, GetVersionAnswersTheProductVersionOfItsOwnResource) {
   Sandbox box;
   box.EnableLogging();
-  ToolRun run = box.Run({L"-getversion"});
-  EXPECT_EQ(run.exitCode, 0u);
-  EXPECT_EQ(run.out, TARN_VERSION_TEXT);
-
+  EXPECT_EQ(box.Run({L"-getversion"}), (ToolRun{0, TARN_VERSION_TEXT}));
+  EXPECT_TRUE(box.Logged(std::string("RMM Tools version retrieved successfully. Version is: ") +
+                         TARN_VERSION_TEXT));
   // Started by bare name from its own folder, it still finds its own resource.
-  run = box.Run({L"-GETVERSION"}, L"tarn-rmm.exe");
-  EXPECT_EQ(run.out, TARN_VERSION_TEXT);
-
-  run = box.Run({L"-getversion", L"extra"});
-  EXPECT_EQ(run.exitCode, 160u);
-  EXPECT_EQ(run.out, "");
-
-  const Messages messages = box.LogMessages();
-  EXPECT_TRUE(ContainsInOrder(
-      messages,
-      {std::string("RMM Tools version retrieved successfully. Version is: ") + TARN_VERSION_TEXT,
-       "Finished retrieving RMM Tool version with error code: 0"}));
-  EXPECT_EQ(Messages(messages.end() - 2, messages.end()),
-            (Messages{"Get RMM tool version", "Bad arguments."}));
-}
-
-TEST(FrontEndTest, LegacyCheckAnswersZeroFromWindows7On) {
-  Sandbox box;
-  box.EnableLogging();
-  const ToolRun run = box.Run({L"-checkiflegacyversion", L"any", L"arguments"});
-  EXPECT_EQ(run.exitCode, 0u);
-  EXPECT_EQ(run.out, "0");
-  EXPECT_EQ(box.LogMessages(),
-            Concat(kGateLines, {"Check if is legacy version", "Return if Windows is 7 or greater",
-                                "Returned value of legacy: 0"}));
+  EXPECT_EQ(box.Run({L"-GETVERSION"}, L"tarn-rmm.exe"), (ToolRun{0, TARN_VERSION_TEXT}));
+  EXPECT_EQ(box.Run({L"-getversion", L"extra"}), (ToolRun{160, ""}));
+  EXPECT_EQ(box.LogMessages().back(), "Bad arguments.");
 }
 
 }  // namespace

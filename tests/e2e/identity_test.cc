@@ -1,9 +1,8 @@
 // The endpoint identity against the simulated agent: the configuration file as the agent writes
 // it in each of its encodings, the agent's Kivoro identity, and where the file is found. No
 // command prints the identity, so this program calls the functions the authorization gate calls.
-#include <windows.h>
-
 #include <gtest/gtest.h>
+#include <windows.h>
 
 #include <filesystem>
 
@@ -34,8 +33,7 @@ class IdentityTest : public AgentTest {
   void TearDown() override {
     // Back to what an installation writes, for the tests that follow.
     std::error_code ignored;
-    std::filesystem::remove_all(sim::ConfigFilePath(ConfigLayout::kLegacy).parent_path(),
-                                ignored);
+    std::filesystem::remove_all(sim::ConfigFilePath(ConfigLayout::kLegacy).parent_path(), ignored);
     EXPECT_EQ(sim::WriteAgentConfig(ConfigLayout::kCurrent, ConfigEncoding::kNoMark,
                                     sim::DefaultIdentity()),
               0u);
@@ -64,33 +62,12 @@ TEST_F(IdentityTest, ConfigurationFileReadsBackInEveryEncoding) {
     EXPECT_EQ(ReadAgentConfigFile(CurrentPath(), &hardwareId, &groupId, &companyId, nullptr),
               utf32 ? kErrorUnsupportedEncoding : 0u)
         << code;
-    EXPECT_EQ(hardwareId, utf32 ? "" : *kFileIdentity.hwid) << code;
-    EXPECT_EQ(companyId, utf32 ? "" : *kFileIdentity.custid) << code;
-    EXPECT_EQ(groupId, utf32 ? "" : *kFileIdentity.computersFolder) << code;
+    EXPECT_EQ(hardwareId + "|" + companyId + "|" + groupId,
+              utf32 ? "||"
+                    : *kFileIdentity.hwid + "|" + *kFileIdentity.custid + "|" +
+                          *kFileIdentity.computersFolder)
+        << code;
   }
-}
-
-TEST_F(IdentityTest, ConfigurationFileLogsWhatItFoundOrWhyNot) {
-  ASSERT_EQ(sim::WriteAgentConfig(ConfigLayout::kCurrent, ConfigEncoding::kUtf16LittleEndian,
-                                  {"H-1", "C-1", "G-1"}),
-            0u);
-  std::string hardwareId, groupId, companyId;
-  EXPECT_TRUE(ContainsInOrder(LogOf([&](Logger* log) {
-                                EXPECT_EQ(ReadAgentConfigFile(CurrentPath(), &hardwareId, &groupId,
-                                                              &companyId, log),
-                                          0u);
-                              }),
-                              {"Configuration file opened successfully", "Group id is: G-1",
-                               "Hardware id is: H-1", "Company id is: C-1",
-                               "Finished reading from Oxag configuration file"}));
-
-  // No legacy folder: the path's folder is missing, and that error comes back.
-  const std::wstring legacy = sim::ConfigFilePath(ConfigLayout::kLegacy).wstring();
-  EXPECT_EQ(LogOf([&](Logger* log) {
-              EXPECT_EQ(ReadAgentConfigFile(legacy, &hardwareId, nullptr, nullptr, log),
-                        static_cast<uint32_t>(ERROR_PATH_NOT_FOUND));
-            }).back(),
-            "Cannot get file encoding. Failed with error: 3. Possible cause: legacy file not found");
 }
 
 TEST_F(IdentityTest, AgentFirstThenTheFile) {
@@ -103,20 +80,19 @@ TEST_F(IdentityTest, AgentFirstThenTheFile) {
     std::string kivoroEntry;
     bool askAgentFirst;
     uint32_t result;
-    const char* hardwareId;
-    const char* companyId;
+    std::string identity;  // hardware and company id
     size_t requests;
     const char* route;
   } cases[] = {
-      {"agent answers", agentIdentity, true, 0, "HW-agent", "CO-agent", 1, kAgentRoute},
-      {"agent not asked", agentIdentity, false, kResultAgentNotAsked, "HW-file", "CO-file", 0,
+      {"agent answers", agentIdentity, true, 0, "HW-agent|CO-agent", 1, kAgentRoute},
+      {"agent not asked", agentIdentity, false, kResultAgentNotAsked, "HW-file|CO-file", 0,
        kFileRoute},
-      {"agent's error", R"({"reply":{"error":5}})", true, 5, "HW-file", "CO-file", 1, kFileRoute},
-      {"request refused", R"({"run":87})", true, kErrorRequestRefused, "HW-file", "CO-file", 1,
+      {"agent's error", R"({"reply":{"error":5}})", true, 5, "HW-file|CO-file", 1, kFileRoute},
+      {"request refused", R"({"run":87})", true, kErrorRequestRefused, "HW-file|CO-file", 1,
        kFileRoute},
       // The agent answered: its missing company id is not looked for in the file.
-      {"no companyID", R"({"reply":{"output":{"endpointID":"HW-agent"}}})", true, 0, "HW-agent",
-       "", 1, kAgentRoute},
+      {"no companyID", R"({"reply":{"output":{"endpointID":"HW-agent"}}})", true, 0, "HW-agent|", 1,
+       kAgentRoute},
   };
   ASSERT_EQ(sim::WriteAgentConfig(ConfigLayout::kCurrent, ConfigEncoding::kUtf8Mark,
                                   {"HW-file", "CO-file", "G-file"}),
@@ -131,44 +107,46 @@ TEST_F(IdentityTest, AgentFirstThenTheFile) {
                 c.result)
           << c.name;
     });
-    EXPECT_TRUE(ContainsInOrder(log, {c.route, "Group id is: G-file",
-                                      "Finished getting endpoint information"}))
+    EXPECT_TRUE(ContainsInOrder(
+        log, {c.route, "Group id is: G-file", "Finished getting endpoint information"}))
         << c.name;
-    EXPECT_EQ(hardwareId, c.hardwareId) << c.name;
-    EXPECT_EQ(companyId, c.companyId) << c.name;
-    EXPECT_EQ(groupId, "G-file") << c.name;
+    EXPECT_EQ(hardwareId + "|" + companyId + "|" + groupId, c.identity + "|G-file") << c.name;
     EXPECT_EQ(Journal("request").size(), c.requests) << c.name;
   }
 }
 
-TEST_F(IdentityTest, ConfigurationFileLocation) {
-  const std::wstring agentDirectory = sim::AgentDirectory().wstring();
+// LocateAgentConfigFile's code, path and services flag.
+std::wstring Located() {
   std::wstring path;
   uint8_t servicesRunning = 0;
-  EXPECT_EQ(LocateAgentConfigFile(path, servicesRunning, nullptr), 0u);
-  EXPECT_EQ(path, agentDirectory + L"\\oxagng\\oxagng.jso");
-  EXPECT_EQ(servicesRunning, 1);
+  const uint32_t code = LocateAgentConfigFile(path, servicesRunning, nullptr);
+  return std::to_wstring(code) + L" " + path + L" " + std::to_wstring(servicesRunning);
+}
+
+TEST_F(IdentityTest, ConfigurationFileLocation) {
+  const std::wstring agentDirectory = sim::AgentDirectory().wstring();
+  EXPECT_EQ(Located(), L"0 " + agentDirectory + L"\\oxagng\\oxagng.jso 1");
+
+  // No legacy folder: the path's folder is missing, and that error comes back.
+  const std::wstring legacy = sim::ConfigFilePath(ConfigLayout::kLegacy).wstring();
+  std::string hardwareId;
+  EXPECT_EQ(
+      LogOf([&](Logger* log) {
+        EXPECT_EQ(ReadAgentConfigFile(legacy, &hardwareId, nullptr, nullptr, log), 3u);
+      }).back(),
+      "Cannot get file encoding. Failed with error: 3. Possible cause: legacy file not found");
 
   // Only the legacy layout: named, but not looked at, and the services are not waited for.
   ASSERT_TRUE(std::filesystem::remove(sim::ConfigFilePath(ConfigLayout::kCurrent)));
   ASSERT_EQ(sim::WriteAgentConfig(ConfigLayout::kLegacy, ConfigEncoding::kNoMark,
                                   {"HW-legacy", "CO-legacy", "G-legacy"}),
             0u);
-  path.clear();
-  servicesRunning = 0;
-  EXPECT_EQ(LocateAgentConfigFile(path, servicesRunning, nullptr), 2u);
-  EXPECT_EQ(path, agentDirectory + L"\\oxag\\oxag.jso");
-  EXPECT_EQ(servicesRunning, 0);
-  std::string hardwareId;
-  EXPECT_EQ(ReadAgentConfigFile(path, &hardwareId, nullptr, nullptr, nullptr), 0u);
+  EXPECT_EQ(Located(), L"2 " + agentDirectory + L"\\oxag\\oxag.jso 0");
+  EXPECT_EQ(ReadAgentConfigFile(legacy, &hardwareId, nullptr, nullptr, nullptr), 0u);
   EXPECT_EQ(hardwareId, "HW-legacy");
 
-  keyDeleted_ = true;
-  ASSERT_EQ(sim::DeleteSecurityServiceKey(), 0u);
-  path.clear();
-  EXPECT_EQ(LocateAgentConfigFile(path, servicesRunning, nullptr), 0u);
-  EXPECT_EQ(path, L"");
-  EXPECT_EQ(servicesRunning, 0);
+  DeleteServiceKey();
+  EXPECT_EQ(Located(), L"0  0");
 }
 
 }  // namespace

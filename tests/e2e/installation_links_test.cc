@@ -1,10 +1,7 @@
 // "-getinstallationlink" end to end: the real tool beside a signed variant of the simulated
 // kv.dll, which records the arguments it receives.
 #include <gtest/gtest.h>
-#include <rapidjson/document.h>
 #include <windows.h>
-
-#include <algorithm>
 
 #include "base/win_handles.h"
 #include "sim/agent/sim_control.h"
@@ -27,10 +24,7 @@ class InstallationLinkCommandTest : public ::testing::Test {
     EXPECT_EQ(sim::ReadCallRecord(Module::kKv, box_.dir(), &calls), 0u);
     return calls;
   }
-  bool Logged(const std::string& message) {
-    const auto log = box_.LogMessages();
-    return std::find(log.begin(), log.end(), message) != log.end();
-  }
+  bool Logged(const std::string& message) { return box_.Logged(message); }
   void ClearLog() { box_.WriteFile("log.txt", ""); }
 
   static ToolRun Run(const Sandbox& box) {
@@ -51,23 +45,14 @@ TEST_F(InstallationLinkCommandTest, ArgumentsReachTheLibraryUnchangedAndItsLinks
   const std::string url = "https://kv.example/\xe6\x97\xa5\xe6\x9c\xac";
   const std::string key = "key \xc3\xa9";
   const std::string package = "B\xc3\xbcro \"Z\xc3\xbcrich\" \xe2\x9c\x93";
-  EXPECT_EQ(run.exitCode, 0u);
-  EXPECT_EQ(run.out, url + "/download/" + package + "?apiKey=" + key + "&legacy=0");
+  EXPECT_EQ(run, (ToolRun{0, url + "/download/" + package + "?apiKey=" + key + "&legacy=0"}));
 
+  // The stand-in's answer is made of the arguments it received; its output starts out empty.
   const auto calls = Calls();
   ASSERT_EQ(calls.size(), 1u);
-  rapidjson::Document call;
-  call.Parse(calls[0].c_str());
-  ASSERT_TRUE(call.IsObject()) << calls[0];
-  EXPECT_EQ(call["kvUrl"].GetString(), url);
-  EXPECT_EQ(call["apiKey"].GetString(), key);
-  EXPECT_EQ(call["packageName"].GetString(), package);
-  EXPECT_EQ(call["legacy"].GetInt(), 0);  // the prefix is Windows 7
-  EXPECT_EQ(call["output"].GetString(), std::string());
+  EXPECT_NE(calls[0].find(R"("legacy":0,"output":"")"), std::string::npos)
+      << calls[0];  // Windows 7
   EXPECT_TRUE(Logged("kv.dll file path: " + box_.dir().string() + "\\kv.dll"));
-  EXPECT_TRUE(Logged("Return if Windows is 7 or greater"));
-  EXPECT_TRUE(Logged("Method finished with exit code: 0"));
-  EXPECT_TRUE(Logged("Links retrieved successfully"));
 }
 
 TEST_F(InstallationLinkCommandTest, TheLibrarysResultIsReturnedAndOnlySuccessPrints) {
@@ -85,31 +70,27 @@ TEST_F(InstallationLinkCommandTest, TheLibrarysResultIsReturnedAndOnlySuccessPri
   for (const auto& c : cases) {
     ASSERT_EQ(sim::WriteFileBytes(sim::BehaviorFile(Module::kKv, box_.dir()), c.behavior), 0u);
     ClearLog();
-    const ToolRun run = Run(box_);
-    EXPECT_EQ(run.exitCode, c.exitCode) << c.behavior;
-    EXPECT_EQ(run.out, c.out) << c.behavior;
+    EXPECT_EQ(Run(box_), (ToolRun{c.exitCode, c.out})) << c.behavior;
     EXPECT_TRUE(Logged("Method finished with exit code: " + std::to_string(c.exitCode)));
   }
 }
 
-TEST_F(InstallationLinkCommandTest, UnverifiedLibrariesAreNeverLoaded) {
+// Every signature outcome is pinned with the agent's library; this route passes on the check's
+// code and names the maker. A library held open for writing could change between check and load.
+TEST_F(InstallationLinkCommandTest, UnverifiedOrHeldOpenLibrariesAreNeverLoaded) {
   const struct {
     const wchar_t* variant;
     uint32_t exitCode;
-  } cases[] = {
-      {L"unsigned", 0x800B0100},   // TRUST_E_NOSIGNATURE
-      {L"tampered", 0x80096010},   // TRUST_E_BAD_DIGEST
-      {L"untrusted", 0x800B0109},  // CERT_E_UNTRUSTEDROOT
-      {L"untimestamped", 5007},    // no counter-signer at all
-      {L"foreign", 1168},          // another signer's name
-      {L"capitals", 1168},         // the signer's name in other letter case
-  };
+    bool heldOpen = false;
+  } cases[] = {{L"unsigned", 0x800B0100}, {L"foreign", 1168}, {L"timestamped", 32, true}};
   for (const auto& c : cases) {
     UseLibrary(c.variant);
     ClearLog();
-    const ToolRun run = Run(box_);
-    EXPECT_EQ(run.exitCode, c.exitCode) << c.variant;
-    EXPECT_EQ(run.out, "") << c.variant;
+    const UniqueFileHandle writer(c.heldOpen ? CreateFileW((box_.dir() / "kv.dll").c_str(),
+                                                           GENERIC_WRITE, FILE_SHARE_READ, nullptr,
+                                                           OPEN_EXISTING, 0, nullptr)
+                                             : INVALID_HANDLE_VALUE);
+    EXPECT_EQ(Run(box_), (ToolRun{c.exitCode, ""})) << c.variant;
     EXPECT_TRUE(Logged("Failed to validate kv.dll. Error code: " + std::to_string(c.exitCode)))
         << c.variant;
     EXPECT_FALSE(Logged("Set the \"GetInstallationLinks\" handle")) << c.variant;
@@ -117,20 +98,8 @@ TEST_F(InstallationLinkCommandTest, UnverifiedLibrariesAreNeverLoaded) {
   EXPECT_TRUE(Calls().empty());
 }
 
-TEST_F(InstallationLinkCommandTest, LibraryHeldOpenForWritingIsRefused) {
-  UseLibrary(L"timestamped");
-  const UniqueFileHandle writer(CreateFileW((box_.dir() / "kv.dll").c_str(), GENERIC_WRITE,
-                                            FILE_SHARE_READ, nullptr, OPEN_EXISTING, 0, nullptr));
-  ASSERT_TRUE(writer);
-  const ToolRun run = Run(box_);
-  EXPECT_EQ(run.exitCode, static_cast<uint32_t>(ERROR_SHARING_VIOLATION));
-  EXPECT_EQ(run.out, "");
-  EXPECT_TRUE(Logged("Failed to validate kv.dll. Error code: 32"));
-  EXPECT_TRUE(Calls().empty());
-}
-
 TEST_F(InstallationLinkCommandTest, MissingLibraryOrExport) {
-  ToolRun run = Run(box_);
+  const ToolRun run = Run(box_);
   EXPECT_NE(run.exitCode, 0u);
   EXPECT_EQ(run.out, "");
 
@@ -139,25 +108,19 @@ TEST_F(InstallationLinkCommandTest, MissingLibraryOrExport) {
       sim::CopyFileTo(kit_.root / "signed" / "timestamped" / "sample.dll", box_.dir() / "kv.dll"),
       0u);
   ClearLog();
-  run = Run(box_);
-  EXPECT_EQ(run.exitCode, static_cast<uint32_t>(ERROR_PROC_NOT_FOUND));
-  EXPECT_EQ(run.out, "");
+  EXPECT_EQ(Run(box_), (ToolRun{ERROR_PROC_NOT_FOUND, ""}));
   EXPECT_TRUE(Logged("Handle not found: Failed with error127"));
 }
 
+// Each kind of bad option is the unit test's (ops/installation_links_test.cc); here a wrong count
+// and a wrong name give 160.
 TEST_F(InstallationLinkCommandTest, BadArgumentsNeverReachTheLibrary) {
   UseLibrary(L"timestamped");
   const std::vector<std::wstring> cases[] = {
       {L"-getinstallationlink", L"-kvUrl", L"u", L"-apiKey", L"k"},
-      {L"-getinstallationlink", L"-kvUrl", L"u", L"-apiKey", L"k", L"-packageName", L"p", L"x"},
       {L"-getinstallationlink", L"-kvUrl", L"u", L"-apiKey", L"k", L"-package", L"p"},
-      {L"-getinstallationlink", L"-kvUrl", L"u", L"-kvUrl", L"v", L"-apiKey", L"k"},
   };
-  for (const auto& args : cases) {
-    const ToolRun run = box_.Run(args);
-    EXPECT_EQ(run.exitCode, 160u) << args.size();
-    EXPECT_EQ(run.out, "");
-  }
+  for (const auto& args : cases) EXPECT_EQ(box_.Run(args), (ToolRun{160, ""})) << args.size();
   EXPECT_TRUE(Calls().empty());
 }
 

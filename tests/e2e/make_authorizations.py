@@ -18,7 +18,7 @@ import auth_issuer  # noqa: E402
 
 NONCE = bytes(range(0xA0, 0xB0))
 HARDWARE_ID = "0F3A9C2E-5B7D-4E11-8A6C-2D9B4F1E7A30"  # the simulated agent's endpoint
-GRANTS = [("kAssessmentGrant", [19]), ("kRemovalGrant", [20]), ("kUninstallGrant", [3])]
+GRANTS = [("kAssessmentGrant", [19]), ("kRemovalGrant", [20])]
 
 
 def main(pki, output):

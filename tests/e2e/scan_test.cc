@@ -2,7 +2,6 @@
 // agent: the agent's reply, its scan events and its scan logs as scenarios.
 #include <gtest/gtest.h>
 
-#include <algorithm>
 #include <chrono>
 
 #include "tests/e2e/simulated_agent.h"
@@ -11,40 +10,11 @@
 namespace tarn::e2e {
 namespace {
 
-bool Has(const std::vector<std::string>& log, const std::string& line) {
-  return std::find(log.begin(), log.end(), line) != log.end();
-}
-
-struct CommandCase {
-  const char* name;
-  std::string scenario;  // JSON text; empty: healthy
-  std::vector<std::wstring> args;
-  uint32_t exitCode;
-  std::string answer;
-  const char* logLine;  // must be logged
-};
-
 class ScanCommandsTest : public AgentTest {
  protected:
   void SetUp() override {
     AgentTest::SetUp();
     ASSERT_EQ(sim::DeleteTree(sim::AgentDirectory() / L"Logs"), 0u);
-  }
-
-  void Expect(const std::vector<CommandCase>& cases) {
-    for (const auto& c : cases) {
-      Sandbox box;
-      box.EnableLogging();
-      if (c.scenario.empty()) {
-        ASSERT_EQ(sim::SelectScenario(kit_, L"healthy"), 0u);
-      } else {
-        UseScenario(c.scenario);
-      }
-      const ToolRun run = box.Run(c.args);
-      EXPECT_EQ(run.exitCode, c.exitCode) << c.name;
-      EXPECT_EQ(run.out, c.answer) << c.name;
-      EXPECT_TRUE(Has(box.LogMessages(), c.logLine)) << c.name << ": no \"" << c.logLine << "\"";
-    }
   }
 };
 
@@ -54,45 +24,25 @@ std::string Scans(const std::string& entry) {
 }
 
 TEST_F(ScanCommandsTest, ScansAnswerWithTheAgentsValue) {
+  const std::string event = "Product has an event. Scan error: ";
+  const std::string call = "Could not execute method. Error code: ";
+  const std::string failed =
+      Scans(R"("delayMs":1000,"events":[{"name":"FileScan.OnDemand.ScanFailed"}])");
+  // Names in other letter case and other events are skipped.
+  const std::string skipped =
+      Scans(R"("noReply":true,"events":[{"name":"filescan.ondemand.scanfailed"},)"
+            R"({"name":"FileScan.OnDemand.ScanProgress"},)"
+            R"({"name":"FileScan.OnDemand.ScanFailed","delayMs":300}])");
   Expect({
-      {"started, no wait",
-       "",
-       {L"-startfullscan"},
-       0,
-       "0",
-       "Could not execute method. Error code: 0"},
-      {"started, with a wait",
-       "",
-       {L"-STARTQUICKSCAN", L"1000"},
-       0,
-       "0",
-       "Product has an event. Scan error: 0"},
-      {"failed",
-       Scans(R"("delayMs":1000,"events":[{"name":"FileScan.OnDemand.ScanFailed"}])"),
-       {L"-startfullscan", L"5000"},
-       0,
-       "5023",
-       "Product has an event. Scan error: 5023"},
-      {"wrong case and other names are skipped",
-       Scans(R"("noReply":true,"events":[{"name":"filescan.ondemand.scanfailed"},)"
-             R"({"name":"FileScan.OnDemand.ScanProgress"},)"
-             R"({"name":"FileScan.OnDemand.ScanFailed","delayMs":300}])"),
-       {L"-startquickscan", L"5000"},
-       0,
-       "5023",
-       "Product has an event. Scan error: 5023"},
-      {"the agent's error, no wait",
-       Scans(R"("reply":{"error":7})"),
+      {"", {L"-startfullscan"}, {0, "0"}, call + "0"},
+      {"", {L"-STARTQUICKSCAN", L"1000"}, {0, "0"}, event + "0"},
+      {failed, {L"-startfullscan", L"5000"}, {0, "5023"}, event + "5023"},
+      {skipped, {L"-startquickscan", L"5000"}, {0, "5023"}, event + "5023"},
+      {Scans(R"("reply":{"error":7})"),
        {L"-startquickscan"},
-       0,
-       "7",
+       {0, "7"},
        "Finished starting quick scan with error code: 7"},
-      {"request refused, with a wait",
-       R"({"run":87})",
-       {L"-startfullscan", L"60000"},
-       50,
-       "",
-       "Could not execute method. Error code: 50"},
+      {R"({"run":87})", {L"-startfullscan", L"60000"}, {50, ""}, call + "50"},
   });
 }
 
@@ -101,10 +51,8 @@ TEST_F(ScanCommandsTest, AReplyFirstEndsTheWaitAndTheLaterEventIsDropped) {
   box.EnableLogging();
   UseScenario(Scans(
       R"("reply":{"error":0},"events":[{"name":"FileScan.OnDemand.ScanFailed","delayMs":1500}])"));
-  const ToolRun run = box.Run({L"-startfullscan", L"60000"});
-  EXPECT_EQ(run.exitCode, 0u);
-  EXPECT_EQ(run.out, "0");
-  EXPECT_FALSE(Has(box.LogMessages(), "Product has an event. Scan error: 5023"));
+  EXPECT_EQ(box.Run({L"-startfullscan", L"60000"}), (ToolRun{0, "0"}));
+  EXPECT_FALSE(box.Logged("Product has an event. Scan error: 5023"));
   const auto events = Journal("event");
   ASSERT_EQ(events.size(), 1u);
   EXPECT_FALSE(events[0]["delivered"].GetBool());  // the tool had gone
@@ -117,45 +65,30 @@ TEST_F(ScanCommandsTest, NoAnswerWithinTheWaitIs1460NotBeforeTheFloor) {
   const auto start = std::chrono::steady_clock::now();
   const ToolRun run = box.Run({L"-startquickscan", L"1000"});
   const auto waited = std::chrono::steady_clock::now() - start;
-  EXPECT_EQ(run.exitCode, 1460u);
-  EXPECT_EQ(run.out, "");
+  EXPECT_EQ(run, (ToolRun{1460, ""}));
   EXPECT_GE(waited, std::chrono::milliseconds(5000));  // 1000 ms is raised to the 5000 ms floor
-  EXPECT_TRUE(Has(box.LogMessages(), "Could not execute method. Error code: 1460"));
+  EXPECT_TRUE(box.Logged("Could not execute method. Error code: 1460"));
 }
 
-TEST_F(ScanCommandsTest, BadArguments) {
-  Expect({
-      {"letters in the wait", "", {L"-startfullscan", L"12a"}, 160, "", "Bad arguments"},
-      {"a negative wait", "", {L"-startfullscan", L"-1"}, 160, "", "Bad arguments"},
-      {"a signed wait", "", {L"-startquickscan", L"+5000"}, 160, "", "Bad arguments"},
-      {"two waits", "", {L"-startquickscan", L"5000", L"5000"}, 160, "", "Bad arguments."},
-      {"update with an argument", "", {L"-startupdate", L"now"}, 160, "", "Bad arguments"},
-      {"last scan with an argument", "", {L"-getlastsystemscan", L"x"}, 160, "", "Bad arguments"},
-  });
-}
-
-TEST_F(ScanCommandsTest, UpdateStart) {
+TEST_F(ScanCommandsTest, UpdateStartAndBadArguments) {
   const std::string update = R"({"methods":{"Update.StartUpdate":)";
   Expect({
-      {"started", "", {L"-startupdate"}, 0, "0", "Finished to start update with error code: 0"},
-      {"the agent's error",
-       update + R"({"reply":{"error":5}}}})",
+      {"", {L"-startupdate"}, {0, "0"}, "Finished to start update with error code: 0"},
+      {update + R"({"reply":{"error":5}}}})",
        {L"-startupdate"},
-       0,
-       "5",
+       {0, "5"},
        "Finished to Start update with error code: 0"},
-      {"request refused",
-       R"({"run":87})",
+      {R"({"run":87})", {L"-startupdate"}, {50, ""}, "Failed to execute method. Error code: 50"},
+      {update + R"({"rawReply":"[]"}}})",
        {L"-startupdate"},
-       50,
-       "",
-       "Failed to execute method. Error code: 50"},
-      {"malformed reply",
-       update + R"({"rawReply":"[]"}}})",
-       {L"-startupdate"},
-       0,
-       "3",
+       {0, "3"},
        "Invalid JSON. Response has parse errors or is not an object"},
+      {"", {L"-startfullscan", L"12a"}, {160, ""}, "Bad arguments"},
+      {"", {L"-startfullscan", L"-1"}, {160, ""}, "Bad arguments"},
+      {"", {L"-startquickscan", L"+5000"}, {160, ""}, "Bad arguments"},
+      {"", {L"-startquickscan", L"5000", L"5000"}, {160, ""}, "Bad arguments."},
+      {"", {L"-startupdate", L"now"}, {160, ""}, "Bad arguments"},
+      {"", {L"-getlastsystemscan", L"x"}, {160, ""}, "Bad arguments"},
   });
   const auto requests = Journal("request");
   ASSERT_FALSE(requests.empty());
@@ -182,29 +115,21 @@ TEST_F(ScanCommandsTest, LastSystemScanReadsTheNewestLogOfEachTask) {
   write(kFull, L".hidden.xml", "1500000000", 1700009000);
   write(kFull, L"later.txt", "1400000000", 1700009000);
   write(kQuick, L"q.xml", "1650000000", 1650001000);
-  const ToolRun run = box.Run({L"-getlastsystemscan"});
-  EXPECT_EQ(run.exitCode, 0u);
-  EXPECT_EQ(run.out, "1700000065|1650000065");
-  const auto log = box.LogMessages();
-  EXPECT_TRUE(Has(log,
-                  "Find log: C:\\Program Files\\Arvantis\\TARN\\Logs\\system\\"
-                  "dcf483c4-26d0-4e6f-ba28-6a53a00adae1"));
-  EXPECT_TRUE(Has(log,
-                  "Find log: C:\\Program Files\\Arvantis\\TARN\\Logs\\system\\"
-                  "da29f7c8-23b1-4974-8d11-209959ac694b"));
-  EXPECT_TRUE(Has(log, "Finished get last system scan with error code: 0"));
+  EXPECT_EQ(box.Run({L"-getlastsystemscan"}), (ToolRun{0, "1700000065|1650000065"}));
+  const std::string folder = "Find log: C:\\Program Files\\Arvantis\\TARN\\Logs\\system\\";
+  EXPECT_TRUE(box.Logged(folder + "dcf483c4-26d0-4e6f-ba28-6a53a00adae1"));
+  EXPECT_TRUE(box.Logged(folder + "da29f7c8-23b1-4974-8d11-209959ac694b"));
 
   ASSERT_EQ(sim::DeleteTree(sim::ScanLogFolder(sim::ScanTaskId(kFull))), 0u);
   EXPECT_EQ(box.Run({L"-getlastsystemscan"}).out, "1650000065");
 }
 
 TEST_F(ScanCommandsTest, AMalformedNewestLogFailsWithoutFallingBack) {
-  ASSERT_EQ(sim::WriteScanLog(sim::ScanTaskId(kFull), L"old.xml",
-                              sim::ScanSummaryXml("1700000000", "0"), 1700000000),
-            0u);
-  ASSERT_EQ(sim::WriteScanLog(sim::ScanTaskId(kQuick), L"q.xml",
-                              sim::ScanSummaryXml("1700000000", "0"), 1700000000),
-            0u);
+  for (const auto& task : {kFull, kQuick}) {
+    ASSERT_EQ(sim::WriteScanLog(sim::ScanTaskId(task), L"old.xml",
+                                sim::ScanSummaryXml("1700000000", "0"), 1700000000),
+              0u);
+  }
   const struct {
     std::string content;
     const char* line;
@@ -221,11 +146,8 @@ TEST_F(ScanCommandsTest, AMalformedNewestLogFailsWithoutFallingBack) {
     Sandbox box;
     box.EnableLogging();
     ASSERT_EQ(sim::WriteScanLog(sim::ScanTaskId(kFull), L"new.xml", c.content, 1700001000), 0u);
-    const ToolRun run = box.Run({L"-getlastsystemscan"});
-    EXPECT_EQ(run.exitCode, 13u) << c.line;
-    EXPECT_EQ(run.out, "") << c.line;
-    const auto log = box.LogMessages();
-    EXPECT_EQ(log.back(), c.line);
+    EXPECT_EQ(box.Run({L"-getlastsystemscan"}), (ToolRun{13, ""})) << c.line;
+    EXPECT_EQ(box.LogMessages().back(), c.line);
   }
 }
 

@@ -11,8 +11,8 @@ void AgentTest::SetUp() {
   uint32_t state = 0;
   bool running = true;
   for (const auto& service : sim::kAgentServices) {
-    running = running && sim::QueryAgentServiceState(service, &state) == 0 &&
-              state == SERVICE_RUNNING;
+    running =
+        running && sim::QueryAgentServiceState(service, &state) == 0 && state == SERVICE_RUNNING;
   }
   if (!running || !std::filesystem::exists(sim::AgentDirectory() / "oxsdk.dll")) {
     ASSERT_EQ(sim::InstallAgent(kit_, sim::InstallOptions{}), 0u);
@@ -32,16 +32,44 @@ void AgentTest::TearDown() {
   EXPECT_EQ(sim::ClearRebootMarker(), 0u);
 }
 
-void AgentTest::UseScenario(const std::string& json) { ASSERT_EQ(sim::WriteScenario(json), 0u); }
+void AgentTest::UseScenario(const std::string& scenario) {
+  if (scenario.empty() || scenario[0] != '{') {
+    const std::string name = scenario.empty() ? "healthy" : scenario;
+    ASSERT_EQ(sim::SelectScenario(kit_, std::wstring(name.begin(), name.end())), 0u);
+  } else {
+    ASSERT_EQ(sim::WriteScenario(scenario), 0u);
+  }
+}
 
-void AgentTest::UseStatusOutput(const std::string& output) {
-  UseScenario(R"({"methods":{"Product.GetStatus":{"reply":{"error":0,"output":)" + output +
-              "}}}}");
+std::string StatusScenario(const std::string& output) {
+  return R"({"methods":{"Product.GetStatus":{"reply":{"error":0,"output":)" + output + "}}}}";
+}
+
+void AgentTest::Expect(const std::vector<AgentCase>& cases) {
+  for (const auto& c : cases) {
+    const std::wstring name = c.args.empty() ? L"" : c.args[0];
+    Sandbox box;
+    box.EnableLogging();
+    if (c.variant != nullptr || libraryReplaced_) {
+      UseLibraryVariant(c.variant ? c.variant : L"timestamped");
+    }
+    UseScenario(c.scenario);
+    EXPECT_EQ(box.Run(c.args), c.expected)
+        << name << " " << (c.variant ? c.variant : L"") << " in " << c.scenario;
+    if (!c.logLine.empty()) {
+      EXPECT_TRUE(box.Logged(c.logLine)) << name << ": no \"" << c.logLine << "\"";
+    }
+  }
 }
 
 void AgentTest::UseLibraryVariant(const wchar_t* variant) {
   libraryReplaced_ = true;
   ASSERT_EQ(sim::UseModuleVariant(kit_, sim::Module::kOxsdk, variant), 0u);
+}
+
+void AgentTest::DeleteServiceKey() {
+  keyDeleted_ = true;
+  ASSERT_EQ(sim::DeleteSecurityServiceKey(), 0u);
 }
 
 std::vector<rapidjson::Document> AgentTest::Journal(const char* kind) {

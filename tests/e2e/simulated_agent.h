@@ -3,16 +3,28 @@
 // ctest runs them one at a time (RESOURCE_LOCK simulated-agent).
 #pragma once
 
+#include <gtest/gtest.h>
 #include <rapidjson/document.h>
 
 #include <string>
 #include <vector>
 
-#include <gtest/gtest.h>
-
 #include "sim/agent/sim_control.h"
+#include "tests/e2e/tool_runner.h"
 
 namespace tarn::e2e {
+
+// One run of the tool, in a fresh sandbox with logging on, against the agent in a scenario.
+struct AgentCase {
+  std::string scenario;  // as UseScenario takes it
+  std::vector<std::wstring> args;
+  ToolRun expected;
+  std::string logLine = "";          // must be logged, when not empty
+  const wchar_t* variant = nullptr;  // of oxsdk.dll; null: the signed one
+};
+
+// A scenario whose "Product.GetStatus" answers with `output` (JSON text of the object).
+std::string StatusScenario(const std::string& output);
 
 class AgentTest : public ::testing::Test {
  protected:
@@ -21,12 +33,14 @@ class AgentTest : public ::testing::Test {
   void SetUp() override;
   void TearDown() override;
 
-  // Installs a scenario given as JSON text.
-  void UseScenario(const std::string& json);
-  // A scenario whose "Product.GetStatus" answers with `output` (JSON text of the object).
-  void UseStatusOutput(const std::string& output);
+  // Installs a scenario given as JSON text, or a stock one by name ("" is the healthy one).
+  void UseScenario(const std::string& scenario);
+  void UseStatusOutput(const std::string& output) { UseScenario(StatusScenario(output)); }
+  void Expect(const std::vector<AgentCase>& cases);
   // Puts a signed variant of oxsdk.dll in place ("timestamped", "unsigned", ...).
   void UseLibraryVariant(const wchar_t* variant);
+  // Removes the agent's service key (restored after the test): no agent is installed.
+  void DeleteServiceKey();
 
   // The journal's lines of one kind ("request", "call", ...), parsed.
   std::vector<rapidjson::Document> Journal(const char* kind);

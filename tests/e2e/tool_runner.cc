@@ -1,9 +1,9 @@
 #include "tests/e2e/tool_runner.h"
 
+#include <gtest/gtest.h>
 #include <windows.h>
 
-#include <gtest/gtest.h>
-
+#include <algorithm>
 #include <atomic>
 #include <fstream>
 #include <regex>
@@ -46,8 +46,8 @@ Sandbox::Sandbox() {
   static std::atomic<int> counter{0};
   wchar_t temp[MAX_PATH];
   GetTempPathW(MAX_PATH, temp);
-  dir_ = std::filesystem::path(temp) / ("tarn-e2e-" + std::to_string(GetCurrentProcessId()) +
-                                        "-" + std::to_string(counter++));
+  dir_ = std::filesystem::path(temp) /
+         ("tarn-e2e-" + std::to_string(GetCurrentProcessId()) + "-" + std::to_string(counter++));
   std::filesystem::remove_all(dir_);
   std::filesystem::create_directories(dir_);
   std::filesystem::copy_file(BuildDirectory() / "tarn-rmm.exe", exe());
@@ -158,6 +158,11 @@ std::vector<std::string> Sandbox::LogMessages() const {
     }
   }
   return messages;
+}
+
+bool Sandbox::Logged(const std::string& message) const {
+  const auto log = LogMessages();
+  return std::find(log.begin(), log.end(), message) != log.end();
 }
 
 }  // namespace tarn::e2e

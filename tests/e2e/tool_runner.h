@@ -5,6 +5,7 @@
 #include <cstdint>
 #include <filesystem>
 #include <memory>
+#include <ostream>
 #include <string>
 #include <vector>
 
@@ -13,7 +14,11 @@ namespace tarn::e2e {
 struct ToolRun {
   uint32_t exitCode = 0;
   std::string out;  // standard output, byte for byte
+  bool operator==(const ToolRun& o) const { return exitCode == o.exitCode && out == o.out; }
 };
+inline void PrintTo(const ToolRun& run, std::ostream* os) {
+  *os << "exit " << run.exitCode << ", out \"" << run.out << "\"";
+}
 
 // A tool that was started and not yet waited for. Ended when dropped while still running.
 class RunningTool {
@@ -61,6 +66,8 @@ class Sandbox {
   std::string ReadFile(const std::string& name) const;
   // The messages of log.txt, in order, with their time stamps checked and cut off.
   std::vector<std::string> LogMessages() const;
+  // Whether the log holds `message` as one whole message.
+  bool Logged(const std::string& message) const;
 
   // A configuration file that switches logging on.
   void EnableLogging() const { WriteFile("configfile.txt", "Logging=true\r\n"); }
