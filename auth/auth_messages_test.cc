@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <cstdlib>
 #include <ctime>
 #include <random>
 #include <string>
@@ -204,7 +205,31 @@ TEST(AuthMessagesTest, MalformedMessagesFailWithTheirCodeAndLeaveTheRecord) {
   EXPECT_EQ(DecodeSignedTimeMessage(time, Time(Tlv(0x04, {}), kFrom), nullptr), 0u);
 }
 
+// Runs the process in a zone 5:30 east of UTC while it lives.
+class ZoneEastOfUtc {
+ public:
+  ZoneEastOfUtc() : before_(std::getenv("TZ") ? std::getenv("TZ") : "") { Set("IST-5:30"); }
+  ~ZoneEastOfUtc() { Set(before_); }
+
+ private:
+  static void Set(const std::string& zone) {
+#ifdef _WIN32
+    _putenv(("TZ=" + zone).c_str());  // empty removes it
+    _tzset();
+#else
+    if (zone.empty()) {
+      unsetenv("TZ");
+    } else {
+      setenv("TZ", zone.c_str(), 1);
+    }
+    tzset();
+#endif
+  }
+  std::string before_;
+};
+
 TEST(AuthMessagesTest, TimeReadsFourteenCharactersAsUtcWithoutValidatingThem) {
+  const ZoneEastOfUtc zone;  // the process's zone changes nothing
   const auto seconds = [](const std::string& text, uint32_t expected = 0) {
     int64_t value = -7;
     EXPECT_EQ(DecodeTime(value, Bytes(text.begin(), text.end()), nullptr), expected) << text;
