@@ -50,7 +50,7 @@ constexpr uint8_t kTagGeneralizedTime = 24;
   return 0;
 }
 
-// Floor division and its remainder in 0..divisor-1, for fields below zero.
+// Division rounding down, so that a field below zero borrows from the unit above.
 int64_t FloorDivide(int64_t value, int64_t divisor) {
   return value / divisor - ((value % divisor) < 0 ? 1 : 0);
 }
@@ -74,10 +74,8 @@ int64_t DaysToFirstOfMonth(int64_t year, int64_t month) {
 // plain offsets (day 0 is the last day of the previous month, hour 24 the next day's midnight).
 int64_t CalendarToSeconds(int64_t year, int64_t month, int64_t day, int64_t hour, int64_t minute,
                           int64_t second) {
-  const int64_t monthIndex = month - 1;
-  year += FloorDivide(monthIndex, 12);
-  month = monthIndex - FloorDivide(monthIndex, 12) * 12 + 1;
-  const int64_t days = DaysToFirstOfMonth(year, month) + day - 1;
+  const int64_t years = FloorDivide(month - 1, 12);
+  const int64_t days = DaysToFirstOfMonth(year + years, month - years * 12) + day - 1;
   return ((days * 24 + hour) * 60 + minute) * 60 + second;
 }
 
