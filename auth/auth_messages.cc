@@ -1,6 +1,5 @@
 #include "auth/auth_messages.h"
 
-#include <ctime>
 #include <utility>
 
 #include "auth/ber_reader.h"
@@ -24,11 +23,20 @@ constexpr uint8_t kTagGeneralizedTime = 24;
   return code;
 }
 
-// Big-endian; a value longer than four octets keeps its low 32 bits.
-uint32_t ReadNumber(const std::vector<uint8_t>& contents) {
-  uint32_t value = 0;
-  for (uint8_t octet : contents) value = (value << 8) | octet;
-  return value;
+// A permission number or identifier type: a non-negative integer of at most 32 bits, big-endian
+// in two's complement. From 2^31 on it takes five octets, the first a 00 that keeps the sign
+// positive. A negative value, or one beyond 32 bits, would otherwise be read as some other number
+// (01 00 00 00 03 as permission 3), so it is refused. `contents` is not empty.
+/// 0, or 18002 after its line with `value` untouched.
+[[nodiscard]] uint32_t ReadNumber(const std::vector<uint8_t>& contents, uint32_t& value,
+                                  Logger* log) {
+  const bool negative = (contents.front() & 0x80) != 0;
+  const bool tooLong = contents.size() > 5 || (contents.size() == 5 && contents.front() != 0);
+  if (negative || tooLong) return Fail(log, L"Number out of range", kErrorNumberOutOfRange);
+  uint32_t number = 0;
+  for (uint8_t octet : contents) number = (number << 8) | octet;
+  value = number;
+  return 0;
 }
 
 // Contents that must not be empty, after the step's own line ("Get node value", ...).
@@ -42,13 +50,33 @@ uint32_t ReadNumber(const std::vector<uint8_t>& contents) {
   return 0;
 }
 
-int64_t LocalTimeToSeconds(std::tm& time) {
-#ifdef _WIN32
-  return _mktime64(&time);
-#else
-  static_assert(sizeof(std::time_t) == 8, "the seconds of an authorization need 64 bits");
-  return std::mktime(&time);
-#endif
+// Division rounding down, so that a field below zero borrows from the unit above.
+int64_t FloorDivide(int64_t value, int64_t divisor) {
+  return value / divisor - ((value % divisor) < 0 ? 1 : 0);
+}
+
+// Days from 1970-01-01 to year-month-01 (month 1..12) in the Gregorian calendar extended
+// backwards: an era of 400 years has 146097 days, and counting years from March puts the leap day
+// at the end of the counted year.
+int64_t DaysToFirstOfMonth(int64_t year, int64_t month) {
+  if (month <= 2) --year;
+  const int64_t era = FloorDivide(year, 400);
+  const int64_t yearOfEra = year - era * 400;                    // 0..399
+  const int64_t dayOfYear = (153 * ((month + 9) % 12) + 2) / 5;  // from March 1st
+  const int64_t dayOfEra = yearOfEra * 365 + yearOfEra / 4 - yearOfEra / 100 + dayOfYear;
+  constexpr int64_t kEraDaysBefore1970 = 719468;  // 0000-03-01 to 1970-01-01
+  return era * 146097 + dayOfEra - kEraDaysBefore1970;
+}
+
+// Calendar fields, taken as UTC, to seconds since 1970. Fields out of their range carry over as
+// the C runtime's conversion carries them: the month into whole years first (month 13 is January
+// of the next year, month 0 December of the year before), then day, hour, minute and second as
+// plain offsets (day 0 is the last day of the previous month, hour 24 the next day's midnight).
+int64_t CalendarToSeconds(int64_t year, int64_t month, int64_t day, int64_t hour, int64_t minute,
+                          int64_t second) {
+  const int64_t years = FloorDivide(month - 1, 12);
+  const int64_t days = DaysToFirstOfMonth(year + years, month - years * 12) + day - 1;
+  return ((days * 24 + hour) * 60 + minute) * 60 + second;
 }
 
 /// 0, 18000, 18003, 13 or the reader's code.
@@ -73,7 +101,7 @@ int64_t LocalTimeToSeconds(std::tm& time) {
   return result;
 }
 
-/// 0, 18000, 18003 or the reader's code.
+/// 0, 18000, 18002, 18003 or the reader's code.
 [[nodiscard]] uint32_t DecodePermissions(BerNode& permissions, BerStream& stream,
                                          SignedAuthMessage& message, Logger* log) {
   WriteLog(log, L"Decode permissions");
@@ -86,7 +114,9 @@ int64_t LocalTimeToSeconds(std::tm& time) {
     result = GetValue(node, stream, L"Get node value", value, log);
     if (result != 0) return result;
     WriteLog(log, L"Get permission value");
-    const uint32_t permission = ReadNumber(value);
+    uint32_t permission = 0;
+    result = ReadNumber(value, permission, log);
+    if (result != 0) return result;
     message.permissions.insert(permission);
     WriteLog(log, L"Permission inserted: " + std::to_wstring(permission));
   }
@@ -94,7 +124,7 @@ int64_t LocalTimeToSeconds(std::tm& time) {
   return 0;
 }
 
-/// 0, 18000, 18001, 18003 or the reader's code.
+/// 0, 18000, 18001, 18002, 18003 or the reader's code.
 [[nodiscard]] uint32_t DecodeIdentifier(BerNode& element, BerStream& stream,
                                         SignedAuthMessage& message, Logger* log) {
   WriteLog(log, L"Check node tag");
@@ -113,7 +143,9 @@ int64_t LocalTimeToSeconds(std::tm& time) {
   result = GetValue(typeNode, stream, L"Get node value", value, log);
   if (result != 0) return result;
   WriteLog(log, L"Get identifier type value");
-  const uint32_t type = ReadNumber(value);
+  uint32_t type = 0;
+  result = ReadNumber(value, type, log);
+  if (result != 0) return result;
   WriteLog(log, L"Identifier type value: " + std::to_wstring(type));
   std::set<std::string>& values = message.identifiers[type];  // present even with no value
 
@@ -146,7 +178,7 @@ int64_t LocalTimeToSeconds(std::tm& time) {
   return 0;
 }
 
-/// 0, 18000, 18001, 18003, 13 or the reader's code; `message` partly filled then.
+/// 0, 18000, 18001, 18002, 18003, 13 or the reader's code; `message` partly filled then.
 [[nodiscard]] uint32_t DecodeAuthMessage(BerNode& node, BerStream& stream,
                                          SignedAuthMessage& message, Logger* log) {
   uint32_t result = LoadChildren(node, stream, 1);
@@ -238,19 +270,12 @@ uint32_t DecodeTime(int64_t& seconds, const std::vector<uint8_t>& contents, Logg
   WriteLog(log, L"Assign time value");
   // Not validated: any octet counts as its distance from '0'; the conversion normalises.
   const auto number = [&contents](size_t first, size_t count) {
-    int value = 0;
+    int64_t value = 0;
     for (size_t i = first; i < first + count; ++i) value = value * 10 + (contents[i] - '0');
     return value;
   };
-  std::tm time{};
-  time.tm_year = number(0, 4) - 1900;
-  time.tm_mon = number(4, 2) - 1;
-  time.tm_mday = number(6, 2);
-  time.tm_hour = number(8, 2);
-  time.tm_min = number(10, 2);
-  time.tm_sec = number(12, 2);
-  time.tm_isdst = 0;
-  seconds = LocalTimeToSeconds(time);
+  seconds = CalendarToSeconds(number(0, 4), number(4, 2), number(6, 2), number(8, 2), number(10, 2),
+                              number(12, 2));
   WriteLog(log, L"Time is successfully set");
   return 0;
 }

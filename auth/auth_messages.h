@@ -46,7 +46,9 @@ struct SignedTimeMessage {
   std::vector<uint8_t> signature;
 };
 
-/// 0, or 18000 / 18001 / 18003 / 13 / a BER reader code; `message` is untouched on failure.
+// A permission number or identifier type that is negative or does not fit in 32 bits fails with
+// 18002 and "Number out of range".
+/// 0, or 18000 / 18001 / 18002 / 18003 / 13 / a BER reader code; `message` untouched on failure.
 [[nodiscard]] uint32_t DecodeSignedAuthMessage(SignedAuthMessage& message,
                                                const std::vector<uint8_t>& bytes, Logger* log);
 
@@ -54,11 +56,13 @@ struct SignedTimeMessage {
 [[nodiscard]] uint32_t DecodeSignedTimeMessage(SignedTimeMessage& message,
                                                const std::vector<uint8_t>& bytes, Logger* log);
 
-// GeneralizedTime contents to seconds: the first 14 characters as YYYYMMDDhhmmss (the rest, such
-// as a trailing Z, ignored; digits not validated) through the C library's local-time conversion
-// with daylight saving off. Every time of both messages goes through this same conversion, a
-// fixed shift by the zone's standard offset, so comparing validity bounds with the execution time
-// does not depend on the time zone. An unrepresentable time gives -1, as the conversion does.
+// GeneralizedTime contents to seconds since 1970: the first 14 characters as YYYYMMDDhhmmss (the
+// rest, such as a trailing Z, ignored; digits not validated, fields out of range carried over as
+// the C runtime does) taken as UTC, by calendar arithmetic that covers every year the four digits
+// can say. The C runtime's local-time conversion covers 1970 to 3000 only and gives -1 outside,
+// which turned a validTo of 9999 ("never expires") into a refusal and dropped a far validFrom;
+// within its range it differed from this by the zone's standard offset, the same for all three
+// times of an authorization, so every comparison it could make comes out as before.
 /// 0, or 13 for fewer than 14 characters (no time), `seconds` untouched.
 [[nodiscard]] uint32_t DecodeTime(int64_t& seconds, const std::vector<uint8_t>& contents,
                                   Logger* log);

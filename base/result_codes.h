@@ -54,9 +54,11 @@ inline constexpr uint32_t kErrorNoCounterSigners = 5007;
 inline constexpr uint32_t kResultScanFailed = 5023;
 // The preset answer of uninstall.
 inline constexpr uint32_t kResultUninstallPreset = 16010;
-// Authorization messages: a wrong tag, a wrong number of children, empty contents.
+// Authorization messages: a wrong tag, a wrong number of children, a number that is negative or
+// beyond 32 bits, empty contents.
 inline constexpr uint32_t kErrorWrongTag = 18000;
 inline constexpr uint32_t kErrorWrongChildCount = 18001;
+inline constexpr uint32_t kErrorNumberOutOfRange = 18002;
 inline constexpr uint32_t kErrorEmptyValue = 18003;
 
 }  // namespace tarn

@@ -77,6 +77,10 @@ tool -competitorsassessment -authToken "$(window)" -certificate "$leaf_text" \
   -executionTime "$(signed_time "$challenge" 20260601120000Z)"
 check "a failed time check spends the challenge" 2
 guarded "execution time after validTo" 12 'Validity expired' "$(window)" 20270101000000Z
+guarded "a validity that never expires" 0 "$authorized" \
+  "$(auth --permission 19 --identifier "0:$hwid" --valid-to 99991231235959Z)"
+guarded "permission 19 plus 2^32" 18002 'Number out of range' \
+  "$(auth --permission 4294967315 --identifier "0:$hwid")"
 
 # The endpoint's identity.
 guarded "another hardware id" 20 'Hardware Id not found' \
