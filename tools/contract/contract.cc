@@ -70,10 +70,14 @@ std::string WaitText(const CommandFacts& facts) {
 
 const char* RuleName(ArgumentRule rule) {
   switch (rule) {
-    case ArgumentRule::kExactly: return "exactly";
-    case ArgumentRule::kAtLeast: return "atLeast";
-    case ArgumentRule::kAny: return "any";
-    case ArgumentRule::kHandlerParses: return "ownRule";
+    case ArgumentRule::kExactly:
+      return "exactly";
+    case ArgumentRule::kAtLeast:
+      return "atLeast";
+    case ArgumentRule::kAny:
+      return "any";
+    case ArgumentRule::kHandlerParses:
+      return "ownRule";
   }
   return "";
 }
