@@ -40,4 +40,4 @@ release: setup
 	@scripts/release.sh
 
 clean:
-	rm -rf build/windows build/native build/asan build/tsan build/wineprefix build/release dist
+	rm -rf build/windows build/native build/asan build/tsan build/wineprefix build/release build/release-check dist
