@@ -3,7 +3,7 @@ SHELL := /bin/bash
 TOP := $(abspath .)
 JOBS ?= $(shell nproc)
 
-.PHONY: all setup build build-windows build-native build-asan build-tsan demo check clean
+.PHONY: all setup build build-windows build-native build-asan build-tsan demo check release clean
 
 all: build
 
@@ -34,5 +34,10 @@ demo: build-windows
 check: build
 	@scripts/check.sh
 
+# dist/tarn-rmm-<version>.zip and dist/SHA256SUMS (scripts/check_release.sh proves two clean
+# builds give the same bytes).
+release: setup
+	@scripts/release.sh
+
 clean:
-	rm -rf build/windows build/native build/asan build/tsan build/wineprefix
+	rm -rf build/windows build/native build/asan build/tsan build/wineprefix build/release build/release-check dist

@@ -51,10 +51,10 @@ inline constexpr size_t kCommandRows = static_cast<size_t>(Command::kGetChalleng
 
 // How a command's ArgumentCount (program path and command word included) is judged.
 enum class ArgumentRule : uint8_t {
-  kExactly,         // `argumentCount` and no other
-  kAtLeast,         // `argumentCount` or more
-  kAny,             // every count
-  kHandlerParses,   // the handler checks the count and the forms itself
+  kExactly,        // `argumentCount` and no other
+  kAtLeast,        // `argumentCount` or more
+  kAny,            // every count
+  kHandlerParses,  // the handler checks the count and the forms itself
 };
 
 // A permission word of the authorization service with its number.
@@ -69,6 +69,39 @@ struct Permission {
 struct RequiredPermission {
   const Permission* permission = nullptr;
   const wchar_t* selectedBy[2] = {};
+};
+
+// An exit code a command gives, with what it means. `code` is decimal, or "other" for codes
+// passed through from elsewhere (the installer, the agent, Windows).
+struct ExitCode {
+  const char* code;
+  const char* meaning;
+};
+
+struct ExitCodeList {
+  const ExitCode* codes = nullptr;
+  size_t count = 0;
+};
+
+template <size_t N>
+constexpr ExitCodeList CodesOf(const ExitCode (&codes)[N]) {
+  return {codes, N};
+}
+
+// What an integrator's script can rely on, beyond the log texts: the argument form and the answer
+// as the command reference states them, the command's own exit codes, and how it reaches the
+// agent. These render the command reference's summary rows and the contract file.
+enum ContractTrait : uint8_t {
+  kAsksAgent = 1,        // talks to the agent through its SDK library (the waits apply)
+  kAgentQueryCodes = 2,  // a failed agent query ends it with that query's codes
+  kWaitArgument = 4,     // an argument bounds the wait for the reply and the product's event
+};
+
+struct CommandContract {
+  const char* arguments;
+  const char* answer;
+  ExitCodeList exitCodes;
+  uint8_t traits;
 };
 
 // The reply wait of a command that names no other, and of a session run for no command.
@@ -89,7 +122,13 @@ struct CommandFacts {
   bool legacySupport;  // may run without the authorization service when no option is given
   std::chrono::seconds replyTimeout;  // the SDK reply wait without an explicit time-out
   std::chrono::seconds productWait;   // the wait for the product's event; 0: none
+  CommandContract contract;
 };
+
+// Codes every command can give, codes of a failed agent query, codes of the authorization gate.
+extern const ExitCodeList kCommonExitCodes;
+extern const ExitCodeList kAgentQueryExitCodes;
+extern const ExitCodeList kAuthorizationExitCodes;
 
 // Every row, in the order of `Command`.
 extern const CommandFacts kCommandFacts[kCommandRows];

@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
 # Runs every test: native unit tests, the same under ASan+UBSan and under TSan, the Windows unit
-# and end-to-end tests under Wine, and a smoke run of the fuzz targets. Ends with one
-# "N passed, M failed" line.
+# and end-to-end tests under Wine, the release's reproducibility, and a smoke run of the fuzz
+# targets. Ends with one "N passed, M failed" line.
 set -uo pipefail
 . "$(dirname "${BASH_SOURCE[0]}")/testbed.sh"
 
@@ -26,6 +26,19 @@ for tree in native asan tsan windows; do
     [ -n "$summary" ] || { tail -n 30 "$log"; failed=$((failed + 1)); }
   fi
 done
+# The release, built twice from clean (only the tool and the contract generator, without the
+# compiler cache) and compared byte for byte: one counted test.
+echo "== release (two clean builds compared)"
+release_log=$top/build/release-check.log
+nice -n 10 "$top/scripts/check_release.sh" >"$release_log" 2>&1
+line=$(tail -n 1 "$release_log")
+echo "$line"
+if [[ $line == "release: ok"* ]]; then
+  passed=$((passed + 1))
+else
+  tail -n 20 "$release_log"
+  failed=$((failed + 1)) status=1
+fi
 # A short smoke of each fuzz target, about 3 minutes for all (fuzz/run.sh runs them longer on demand).
 echo "== fuzz smoke (${TARN_FUZZ_SECONDS:=25} s per target)"
 while read -r line; do

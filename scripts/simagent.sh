@@ -2,6 +2,8 @@
 # Drives the simulated agent in a Wine prefix:
 #   scripts/simagent.sh install [SCENARIO] [--variant V] [--legacy] [--encoding E] [--no-start]
 #   scripts/simagent.sh remove
+#   scripts/simagent.sh scenario NAME        switches the agent to sim/scenarios/NAME.json
+#                                            (installing it when missing); "not-installed" removes it
 #   scripts/simagent.sh COMMAND ARGS...      any other simctl.exe command (scripts/simagent.sh help)
 # It copies the simulator kit from the Windows build tree into the prefix (C:\tarn-sim) and runs
 # simctl.exe there. The prefix is TARN_WINEPREFIX (default build/wineprefix), the build tree
@@ -36,5 +38,14 @@ mkdir -p "$target"
 for part in bin signed scenarios installer-xml; do
   [ -d "$kit/$part" ] && cp -r "$kit/$part" "$target/"
 done
+
+# A monitor's states are scenarios, one of them the absence of the agent.
+if [ "$1" = scenario ] && [ $# -eq 2 ]; then
+  if [ "$2" = not-installed ]; then
+    set -- remove
+  elif [ ! -d "$PREFIX/drive_c/Program Files/Arvantis/TARN" ]; then
+    set -- install "$2"
+  fi
+fi
 
 "$top/tools/wine-exec.sh" 'C:\tarn-sim\bin\simctl.exe' "$@"
