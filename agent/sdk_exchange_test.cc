@@ -159,19 +159,6 @@ TEST_F(SdkExchangeTest, ExplicitTimeoutWaitsForTheEndOfTheOperation) {
   EXPECT_TRUE(SessionState.waitFinished);  // event threads are told to stop
 }
 
-TEST_F(SdkExchangeTest, RandomCallbackTimingNeverLosesAReply) {
-  for (int delay = 0; delay < 200; ++delay) {
-    SimulatedLibrary library(WithStatus(R"(, "delayMs": )" + std::to_string(delay % 3) +
-                                        R"(, "events": [{"name": "a"}, {"name": "b", "delayMs": )" +
-                                        std::to_string(delay % 5) + "}]"));
-    const Outcome outcome = Exchange(library);
-    ASSERT_EQ(outcome.result, 0u) << delay;
-    ASSERT_EQ(outcome.endpointSdkError, 0) << delay;
-    std::lock_guard<std::mutex> lock(SessionState.mutex);
-    SessionState.events.clear();
-  }
-}
-
 TEST_F(SdkExchangeTest, CallbacksIgnoreANullContextAndDeadlinesSaturate) {
   SessionState.replyReceived = false;
   OnSdkReply(nullptr, SessionState.requestId, nullptr, "{}");  // the current request's id
