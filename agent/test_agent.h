@@ -73,18 +73,18 @@ struct Delivery {
   bool nullContext = false;  // a callback without context (ignored by the tool)
 };
 
-inline Delivery Reply(std::string text, std::chrono::microseconds delay = {}) {
-  return {Delivery::Kind::kReply, delay, std::move(text), "", false, false};
+// A reply {"response":{"data":{<ns>:[{"error":<error>,"output":{}}]}}}.
+inline Delivery Reply(const char* nameSpace, int64_t error) {
+  return {Delivery::Kind::kReply,
+          {},
+          std::string(R"({"response":{"data":{")") + nameSpace + R"(":[{"error":)" +
+              std::to_string(error) + R"(,"output":{}}]}}})",
+          "",
+          false,
+          false};
 }
-inline Delivery Event(std::string name, std::string payload = "{}",
-                      std::chrono::microseconds delay = {}) {
-  return {Delivery::Kind::kEvent, delay, std::move(payload), std::move(name), false, false};
-}
-
-// {"response":{"data":{<ns>:[{"error":<error>,"output":{}}]}}}
-inline std::string ReplyText(const char* nameSpace, int64_t error) {
-  return std::string(R"({"response":{"data":{")") + nameSpace + R"(":[{"error":)" +
-         std::to_string(error) + R"(,"output":{}}]}}})";
+inline Delivery Event(std::string name, std::string payload) {
+  return {Delivery::Kind::kEvent, {}, std::move(payload), std::move(name), false, false};
 }
 
 // The agent's library as a test scripts it: `plan` says what to send for each request.
@@ -95,15 +95,10 @@ class FakeSdkInstance final : public SdkInstance {
   explicit FakeSdkInstance(Plan plan) : plan_(std::move(plan)) {}
   ~FakeSdkInstance() { StopDeliveries(); }
 
-  int32_t runResult = 0;
-  std::vector<std::string> requests;  // as sent, in order
-
   void Reserved0() override {}
   void Reserved1() override {}
   void Reserved2() override {}
   int32_t Run(const char* request, const char* requestId) override {
-    requests.push_back(request);
-    if (runResult != 0) return runResult;
     std::lock_guard<std::mutex> lock(mutex_);
     for (Delivery& delivery : plan_(request)) {
       threads_.emplace_back(

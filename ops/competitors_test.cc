@@ -37,7 +37,7 @@ TEST(CompetitorsTest, OnlyAnotherRunsEventTimesOut) {
       R"("someData":"y"},"products":[]})";
   test::ResetSessionState();
   test::FakeSdkInstance instance([&](const std::string&) {
-    return std::vector<test::Delivery>{test::Reply(test::ReplyText("Product.CompetitorRemoval", 0)),
+    return std::vector<test::Delivery>{test::Reply("Product.CompetitorRemoval", 0),
                                        test::Event(kAssessmentEndedEvent, anotherRun)};
   });
   std::vector<CompetitorEntry> competitors;

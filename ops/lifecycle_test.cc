@@ -5,7 +5,6 @@
 #include <map>
 
 #include "base/result_codes.h"
-#include "base/test_log_capture.h"
 #include "ops/detect.h"
 #include "ops/install.h"
 #include "ops/uninstall.h"
@@ -115,30 +114,38 @@ struct FakeMachine {
 
 // The states the test bed stages are tested end to end; these are the ones it cannot.
 TEST(DetectTest, AnswersByTheAgentsState) {
+  const std::vector<std::wstring> layouts = {std::wstring(kAgent) + L"\\oxagng\\oxagng.jso",
+                                             std::wstring(kAgent) + L"\\oxag\\oxag.jso"};
   const struct {
     const char* name;
     void (*arrange)(FakeMachine&);
     bool rebootFlag;
     uint32_t code;
     std::string answer;
+    size_t layoutsRead;  // the current layout's file, then the legacy one's
   } cases[] = {
-      {"healthy", [](FakeMachine&) {}, false, 0, "1|HW|C-1|Workstations"},
-      {"key unreadable", [](FakeMachine& m) { m.imagePathCode = 5; }, true, 5, "0|||"},
+      {"healthy", [](FakeMachine&) {}, false, 0, "1|HW|C-1|Workstations", 1},
+      {"key unreadable", [](FakeMachine& m) { m.imagePathCode = 5; }, true, 5, "0|||", 0},
       {"restart pending, not asked", [](FakeMachine& m) { m.rebootRequired = 1; }, false, 0,
-       "1|HW|C-1|Workstations"},
+       "1|HW|C-1|Workstations", 1},
       {"reboot probe failed",
        [](FakeMachine& m) {
          m.rebootCode = 13;
          m.rebootRequired = 1;
        },
-       true, 0, "1|HW|C-1|Workstations"},
+       true, 0, "1|HW|C-1|Workstations", 1},
       {"invalid feature list in other case",
        [](FakeMachine& m) { m.issues = "Product.invalidFeatureList"; }, false, 0,
-       "2|HW|C-1|Workstations"},
+       "2|HW|C-1|Workstations", 1},
       {"issues unknown", [](FakeMachine& m) { m.issuesCode = 1460; }, false, 0,
-       "2|HW|C-1|Workstations"},
+       "2|HW|C-1|Workstations", 1},
       {"identity on the second ask", [](FakeMachine& m) { m.identityCodes = {1460}; }, false, 0,
-       "1|HW|C-1|Workstations"},
+       "1|HW|C-1|Workstations", 2},
+      {"identity on neither",
+       [](FakeMachine& m) {
+         m.identityCodes = {1460, 1460};
+       },
+       false, 1460, "2|", 2},
   };
   for (const auto& c : cases) {
     FakeMachine machine;
@@ -146,21 +153,10 @@ TEST(DetectTest, AnswersByTheAgentsState) {
     std::string answer;
     EXPECT_EQ(Detect(machine.System(), c.rebootFlag, answer, nullptr), c.code) << c.name;
     EXPECT_EQ(answer, c.answer) << c.name;
+    EXPECT_EQ(machine.configPathsRead,
+              std::vector<std::wstring>(layouts.begin(), layouts.begin() + c.layoutsRead))
+        << c.name;
   }
-}
-
-TEST(DetectTest, ReadsTheCurrentLayoutThenTheLegacyOne) {
-  FakeMachine machine;
-  machine.identityCodes = {1460, 1460};
-  std::string answer;
-  const auto log =
-      LogOf([&](Logger* log) { EXPECT_EQ(Detect(machine.System(), false, answer, log), 1460u); });
-  EXPECT_EQ(machine.configPathsRead,
-            (std::vector<std::wstring>{std::wstring(kAgent) + L"\\oxagng\\oxagng.jso",
-                                       std::wstring(kAgent) + L"\\oxag\\oxag.jso"}));
-  EXPECT_EQ(std::vector<std::string>(log.end() - 3, log.end()),
-            (std::vector<std::string>{"Cannot retrieve endpoint information",
-                                      "TARN Detect finished", "Error code: 1460"}));
 }
 
 class InstallTest : public ::testing::Test {

@@ -63,18 +63,18 @@ class Planner {
     // sometimes with a stray copy without context.
     const int reply = Pick(10);
     std::set<int64_t> replyErrors;  // what the session may read: a second reply may overwrite
-    if (reply == 1) Add(run, test::Reply(test::ReplyText(nameSpace, 0)), true);
+    if (reply == 1) Add(run, test::Reply(nameSpace, 0), true);
     if (reply >= 2) {
       const int64_t error = reply == 2 ? 5 : 0;
-      Add(run, test::Reply(test::ReplyText(nameSpace, error)));
+      Add(run, test::Reply(nameSpace, error));
       replyErrors.insert(error);
       if (Pick(4) == 0) {
-        Add(run, test::Reply(test::ReplyText(nameSpace, 1)));
+        Add(run, test::Reply(nameSpace, 1));
         replyErrors.insert(1);
       }
     }
     if (Pick(3) == 0) {
-      Delivery stray = test::Reply(test::ReplyText(nameSpace, 9));
+      Delivery stray = test::Reply(nameSpace, 9);
       stray.nullContext = true;
       Add(run, stray);
     }
