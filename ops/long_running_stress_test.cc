@@ -1,8 +1,9 @@
 // Randomized runs of the long-running operations against a library that answers from several
 // threads at random times: replies, late, repeated, foreign, malformed and unrelated events. Every
 // run must end, leave no event thread behind and give one of the outcomes its deliveries allow.
+// (Natively the only threads a run starts are its event thread, counted until a join sees it end,
+// and the fake library's delivery threads, which the library joins.)
 // The assertions never depend on timing; the waits only decide how long an undecided run lasts.
-#include <dirent.h>
 #include <gtest/gtest.h>
 
 #include <future>
@@ -196,18 +197,7 @@ std::string Execute(const PlannedRun& run) {
   return code == 0 ? "0:" + answer : std::to_string(code);
 }
 
-// Threads of this process, where the system can say (Linux); -1 elsewhere.
-int ProcessThreads() {
-  DIR* tasks = opendir("/proc/self/task");
-  if (tasks == nullptr) return -1;
-  int count = 0;
-  while (const dirent* entry = readdir(tasks)) count += entry->d_name[0] != '.';
-  closedir(tasks);
-  return count;
-}
-
 TEST(LongRunningStressTest, RandomTimingEndsEveryRunWithAnAllowedOutcome) {
-  int baseline = -1;
   for (int i = 0; i < kRuns; ++i) {
     const unsigned seed = 1000 + i;
     const PlannedRun run = Planner(seed).Plan();
@@ -222,15 +212,7 @@ TEST(LongRunningStressTest, RandomTimingEndsEveryRunWithAnAllowedOutcome) {
     const std::string result = outcome.get();
     ASSERT_TRUE(run.allowed.count(result)) << "run " << seed << " gave " << result;
     ASSERT_EQ(test::liveEventThreads, 0) << "run " << seed << " left its event thread running";
-    if (i == 0) baseline = ProcessThreads();  // after the sanitizer's own threads have started
   }
-  // Joined threads leave the system's list a moment later: look again for a bounded while.
-  int threads = ProcessThreads();
-  for (int wait = 0; wait < 500 && threads != baseline; ++wait) {
-    std::this_thread::sleep_for(milliseconds(10));
-    threads = ProcessThreads();
-  }
-  EXPECT_EQ(threads, baseline);
 }
 
 }  // namespace
