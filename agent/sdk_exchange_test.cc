@@ -10,6 +10,7 @@
 #include <thread>
 
 #include "agent/sdk_session_state.h"
+#include "agent/test_agent.h"
 #include "base/test_log_capture.h"
 #include "sim/oxsdk/instance.h"
 
@@ -80,13 +81,7 @@ Outcome Exchange(SdkInstance& library, const std::wstring& method = L"Product.Ge
 
 class SdkExchangeTest : public ::testing::Test {
  protected:
-  void SetUp() override {
-    SessionState.explicitTimeoutMs = -1;
-    SessionState.waitFinished = false;
-    SessionState.productEventSeen = false;
-    std::lock_guard<std::mutex> lock(SessionState.mutex);
-    SessionState.events.clear();
-  }
+  void SetUp() override { test::ResetSessionState(); }
 };
 
 TEST_F(SdkExchangeTest, EveryPathHasItsCodeAndUnregistersOnceRegistered) {

@@ -8,6 +8,7 @@
 #include <atomic>
 #include <chrono>
 #include <condition_variable>
+#include <future>
 #include <mutex>
 #include <string>
 #include <thread>
@@ -33,20 +34,14 @@ class StdEventThread final : public EventThread {
   }
   uint32_t Start(EventThreadBody body, void* context) override {
     ++liveEventThreads;
-    thread_ = std::thread([this, body, context] {
-      body(context);
-      std::lock_guard<std::mutex> lock(mutex_);
-      ended_ = true;
-      changed_.notify_all();
-    });
+    std::packaged_task<void()> task([body, context] { body(context); });
+    ended_ = task.get_future();
+    thread_ = std::thread(std::move(task));
     return 0;
   }
   uint32_t Join(std::chrono::milliseconds timeout) override {
     if (!thread_.joinable()) return 0;
-    {
-      std::unique_lock<std::mutex> lock(mutex_);
-      if (!changed_.wait_for(lock, timeout, [this] { return ended_; })) return kErrorTimeout;
-    }
+    if (ended_.wait_for(timeout) != std::future_status::ready) return kErrorTimeout;
     thread_.join();
     --liveEventThreads;
     return 0;
@@ -54,9 +49,7 @@ class StdEventThread final : public EventThread {
 
  private:
   std::thread thread_;
-  std::mutex mutex_;
-  std::condition_variable changed_;
-  bool ended_ = false;
+  std::future<void> ended_;
 };
 
 inline std::unique_ptr<EventThread> NewStdEventThread() {
