@@ -159,50 +159,45 @@ TEST(DetectTest, AnswersByTheAgentsState) {
   }
 }
 
-class InstallTest : public ::testing::Test {
- protected:
-  uint32_t Run(const std::wstring& installer, const std::wstring& xml = L"") {
-    answer_ = "0|||";
-    return RunInstaller(machine_.System(), installer, xml, answer_, nullptr);
-  }
-  FakeMachine machine_;
-  std::string answer_;
-};
-
 // The end-to-end tests cover the command lines, the signatures and the moves; these cover the
 // refusals the test bed cannot stage and the hold's extent.
-TEST_F(InstallTest, NeverStartsAnInstallerThatIsRefused) {
+TEST(InstallTest, RunsOnlyAcceptedInstallersHeldFromTheCheckToTheEndOfTheRun) {
   const struct {
     const char* name;
     void (*arrange)(FakeMachine&);
     std::wstring xml;
     uint32_t code;
+    size_t runs;
+    bool held;  // while checked and while run
   } cases[] = {
-      {"XML missing", [](FakeMachine&) {}, L"C:\\dl\\absent.xml", kInvalidFileAttributes},
-      {"someone locks the installer", [](FakeMachine& m) { m.holdCode = 33; }, L"", 33},
+      {"accepted", [](FakeMachine&) {}, L"", 0, 1, true},
+      // No agent: detect fails with "0|||" and the install goes on; a hold that fails otherwise
+      // leaves the answer to the check.
+      {"hold fails otherwise",
+       [](FakeMachine& m) {
+         m.imagePathCode = 2;
+         m.holdCode = 2;
+       },
+       L"", 0, 1, false},
+      {"XML missing", [](FakeMachine&) {}, L"C:\\dl\\absent.xml", kInvalidFileAttributes, 0, false},
+      {"someone locks the installer", [](FakeMachine& m) { m.holdCode = 33; }, L"", 33, 0, false},
       {"not valid without a code", [](FakeMachine& m) { m.signatureValid = false; }, L"",
-       kErrorNotValidlySigned},
+       kErrorNotValidlySigned, 0, false},
   };
   for (const auto& c : cases) {
-    machine_ = FakeMachine();
-    c.arrange(machine_);
-    EXPECT_EQ(Run(L"C:\\dl\\Installer.exe", c.xml), c.code) << c.name;
-    EXPECT_TRUE(machine_.runs.empty()) << c.name;
-    EXPECT_EQ(answer_, "0|||") << c.name;
+    FakeMachine machine;
+    c.arrange(machine);
+    std::string answer = "0|||";
+    EXPECT_EQ(RunInstaller(machine.System(), L"C:\\dl\\Installer.exe", c.xml, answer, nullptr),
+              c.code)
+        << c.name;
+    EXPECT_EQ(machine.runs.size(), c.runs) << c.name;
+    EXPECT_EQ(machine.heldWhileChecked && machine.heldWhileRun, c.held) << c.name;
+    EXPECT_FALSE(machine.held) << c.name;  // released on every path
+    if (c.runs == 0) {
+      EXPECT_EQ(answer, "0|||") << c.name;
+    }
   }
-}
-
-TEST_F(InstallTest, HoldsTheInstallerFromTheCheckToTheEndOfTheRun) {
-  EXPECT_EQ(Run(L"C:\\dl\\Installer.exe"), 0u);
-  EXPECT_TRUE(machine_.heldWhileChecked);
-  EXPECT_TRUE(machine_.heldWhileRun);
-  EXPECT_FALSE(machine_.held);
-
-  machine_.imagePathCode = 2;  // no agent: detect fails with "0|||", and the install goes on
-  machine_.holdCode = 2;       // a hold that fails otherwise leaves the answer to the check
-  EXPECT_EQ(Run(L"C:\\dl\\Installer.exe"), 0u);
-  EXPECT_EQ(machine_.runs.size(), 2u);
-  EXPECT_FALSE(machine_.heldWhileRun);
 }
 
 TEST(UninstallTest, InstallerRouteAnswersHowFarItGot) {
