@@ -143,6 +143,7 @@ TEST_F(SdkExchangeTest, ExplicitTimeoutWaitsForTheEndOfTheOperation) {
     RaiseFlag(SessionState, SessionState.waitFinished);
   });
   const Outcome outcome = Exchange(library);
+  EXPECT_TRUE(SessionState.waitFinished);  // not returned at the reply, 50 ms before
   eventThread.join();
   EXPECT_EQ(outcome.result, 0u);
   EXPECT_EQ(outcome.reply["v"].GetInt(), 1);
