@@ -5,6 +5,7 @@
 #include <map>
 
 #include "base/result_codes.h"
+#include "base/test_log_capture.h"
 #include "ops/detect.h"
 #include "ops/install.h"
 #include "ops/uninstall.h"
@@ -157,6 +158,15 @@ TEST(DetectTest, AnswersByTheAgentsState) {
               std::vector<std::wstring>(layouts.begin(), layouts.begin() + c.layoutsRead))
         << c.name;
   }
+
+  // Neither file gives the identity: the failure's closing lines carry the code.
+  FakeMachine machine;
+  machine.identityCodes = {1460, 1460};
+  std::string answer;
+  const auto log =
+      LogOf([&](Logger* l) { EXPECT_EQ(Detect(machine.System(), false, answer, l), 1460u); });
+  EXPECT_TRUE(ContainsInOrder(
+      log, {"Cannot retrieve endpoint information", "TARN Detect finished", "Error code: 1460"}));
 }
 
 // The end-to-end tests cover the command lines, the signatures and the moves; these cover the
