@@ -118,8 +118,9 @@ TEST(NamedScenarioTest, EveryFileIsAValidScenario) {
   EXPECT_GE(count, 3);
 }
 
-// The requests the end-to-end tests never send to the healthy agent (they read its status, scans,
-// update start, feature edits and assessment through the tool's answers).
+// The answers no end-to-end test would notice going wrong: the tool reads the healthy agent's
+// status, scans, update start, feature edits and assessment there, and its Kivoro identity is
+// also the configuration file's, so a wrong one would not show.
 TEST(NamedScenarioTest, HealthyAnswersTheRequestsLeftToItWithSuccess) {
   struct Case {
     const char* request;
