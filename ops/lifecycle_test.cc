@@ -26,14 +26,14 @@ struct FakeMachine {
   std::map<std::wstring, uint32_t> attributes;
   uint32_t listCode = 0;
   std::vector<FolderEntry> setupEntries{{L".", true}, {L"..", true}, {L"{GUID}", true}};
-  uint32_t holdCode = 0, signatureCode = 0;
+  uint32_t holdCode = 0;
   bool signatureValid = true;
   uint32_t exitCode = 0;
   uint32_t sessionCode = 0;
   int64_t agentError = 0;
 
   // What happened.
-  std::vector<std::wstring> configPathsRead, checked, sdkMethods;
+  std::vector<std::wstring> configPathsRead, sdkMethods;
   std::vector<std::pair<std::wstring, std::wstring>> runs;
   bool held = false, heldWhileChecked = false, heldWhileRun = false;
 
@@ -96,13 +96,12 @@ struct FakeMachine {
           FileHold(this, [](void* machine) { static_cast<FakeMachine*>(machine)->held = false; });
       return 0u;
     };
-    s.validateModuleSignature = [this](bool& isValid, const std::wstring& path,
+    s.validateModuleSignature = [this](bool& isValid, const std::wstring&,
                                        const std::wstring& subject, Logger*) {
       EXPECT_EQ(subject, L"Arvantis SRL");
-      checked.push_back(path);
       heldWhileChecked = held;
-      isValid = signatureCode == 0 && signatureValid;
-      return signatureCode;
+      isValid = signatureValid;
+      return 0u;
     };
     s.runProcess = [this](const std::wstring& application, const std::wstring& commandLine) {
       runs.emplace_back(application, commandLine);
