@@ -8,6 +8,7 @@
 #include <atomic>
 #include <chrono>
 #include <condition_variable>
+#include <future>
 #include <mutex>
 #include <string>
 #include <thread>
@@ -33,20 +34,14 @@ class StdEventThread final : public EventThread {
   }
   uint32_t Start(EventThreadBody body, void* context) override {
     ++liveEventThreads;
-    thread_ = std::thread([this, body, context] {
-      body(context);
-      std::lock_guard<std::mutex> lock(mutex_);
-      ended_ = true;
-      changed_.notify_all();
-    });
+    std::packaged_task<void()> task([body, context] { body(context); });
+    ended_ = task.get_future();
+    thread_ = std::thread(std::move(task));
     return 0;
   }
   uint32_t Join(std::chrono::milliseconds timeout) override {
     if (!thread_.joinable()) return 0;
-    {
-      std::unique_lock<std::mutex> lock(mutex_);
-      if (!changed_.wait_for(lock, timeout, [this] { return ended_; })) return kErrorTimeout;
-    }
+    if (ended_.wait_for(timeout) != std::future_status::ready) return kErrorTimeout;
     thread_.join();
     --liveEventThreads;
     return 0;
@@ -54,9 +49,7 @@ class StdEventThread final : public EventThread {
 
  private:
   std::thread thread_;
-  std::mutex mutex_;
-  std::condition_variable changed_;
-  bool ended_ = false;
+  std::future<void> ended_;
 };
 
 inline std::unique_ptr<EventThread> NewStdEventThread() {
@@ -73,18 +66,18 @@ struct Delivery {
   bool nullContext = false;  // a callback without context (ignored by the tool)
 };
 
-inline Delivery Reply(std::string text, std::chrono::microseconds delay = {}) {
-  return {Delivery::Kind::kReply, delay, std::move(text), "", false, false};
+// A reply {"response":{"data":{<ns>:[{"error":<error>,"output":{}}]}}}.
+inline Delivery Reply(const char* nameSpace, int64_t error) {
+  return {Delivery::Kind::kReply,
+          {},
+          std::string(R"({"response":{"data":{")") + nameSpace + R"(":[{"error":)" +
+              std::to_string(error) + R"(,"output":{}}]}}})",
+          "",
+          false,
+          false};
 }
-inline Delivery Event(std::string name, std::string payload = "{}",
-                      std::chrono::microseconds delay = {}) {
-  return {Delivery::Kind::kEvent, delay, std::move(payload), std::move(name), false, false};
-}
-
-// {"response":{"data":{<ns>:[{"error":<error>,"output":{}}]}}}
-inline std::string ReplyText(const char* nameSpace, int64_t error) {
-  return std::string(R"({"response":{"data":{")") + nameSpace + R"(":[{"error":)" +
-         std::to_string(error) + R"(,"output":{}}]}}})";
+inline Delivery Event(std::string name, std::string payload) {
+  return {Delivery::Kind::kEvent, {}, std::move(payload), std::move(name), false, false};
 }
 
 // The agent's library as a test scripts it: `plan` says what to send for each request.
@@ -95,15 +88,10 @@ class FakeSdkInstance final : public SdkInstance {
   explicit FakeSdkInstance(Plan plan) : plan_(std::move(plan)) {}
   ~FakeSdkInstance() { StopDeliveries(); }
 
-  int32_t runResult = 0;
-  std::vector<std::string> requests;  // as sent, in order
-
   void Reserved0() override {}
   void Reserved1() override {}
   void Reserved2() override {}
   int32_t Run(const char* request, const char* requestId) override {
-    requests.push_back(request);
-    if (runResult != 0) return runResult;
     std::lock_guard<std::mutex> lock(mutex_);
     for (Delivery& delivery : plan_(request)) {
       threads_.emplace_back(

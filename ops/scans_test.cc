@@ -26,23 +26,5 @@ TEST(ScanTest, ASessionThatFailsBeforeItsRequestStillStopsTheThread) {
   }
 }
 
-TEST(ScanTest, UpdateReturnsTheSessionResultWithItsOwnCommandWord) {
-  std::wstring command;
-  const AgentPlatform platform{
-      [&](rapidjson::Document&, int32_t&, int64_t& endpointSdkError, const std::wstring& method,
-          const std::wstring& request, const std::wstring& commandName, Logger*) {
-        command = commandName;
-        EXPECT_EQ(method, L"Update.StartUpdate");
-        EXPECT_EQ(request, L"");  // the template
-        endpointSdkError = 4;
-        return 0u;
-      },
-      nullptr, nullptr};
-  int64_t endpointSdkError = 0;
-  EXPECT_EQ(StartUpdate(endpointSdkError, platform, nullptr), 0u);
-  EXPECT_EQ(endpointSdkError, 4);
-  EXPECT_EQ(command, L"-startupdate");  // its reply wait: 10 s
-}
-
 }  // namespace
 }  // namespace tarn

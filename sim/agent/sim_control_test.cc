@@ -35,18 +35,12 @@ class SimControlTest : public ::testing::Test {
   void TearDown() override { EXPECT_EQ(RemoveAgent(), 0u); }
 };
 
-TEST_F(SimControlTest, InstallRunsBothServicesAndRemoveLeavesNothing) {
-  for (const auto& service : kAgentServices) {
-    EXPECT_EQ(StateOf(service), static_cast<uint32_t>(SERVICE_RUNNING)) << service.name;
-  }
+// Running services and the installed files are what every end-to-end test starts from; the
+// image path's quotes would not show there (the tool cuts the folder either way).
+TEST_F(SimControlTest, InstallQuotesTheImagePathAndRemoveLeavesNothing) {
   DWORD type = 0;
   EXPECT_EQ(RawImagePath(&type), L"\"C:\\Program Files\\Arvantis\\TARN\\oxsecsvc.exe\" -service");
   EXPECT_TRUE(type == REG_SZ || type == REG_EXPAND_SZ) << type;
-  for (const auto& file : {AgentDirectory() / L"oxsdk.dll", SetupInstallerPath(), ScenarioPath(),
-                           ConfigFilePath(ConfigLayout::kCurrent)}) {
-    EXPECT_TRUE(Exists(file)) << file;
-  }
-  EXPECT_FALSE(Exists(ConfigFilePath(ConfigLayout::kLegacy)));
   ASSERT_EQ(SetRebootMarker(RegistryView::k32Bit), 0u);
 
   ASSERT_EQ(RemoveAgent(), 0u);
@@ -106,8 +100,6 @@ TEST_F(SimControlTest, ScanLogsCarryTheChosenContentAndTimes) {
     ASSERT_EQ(ReadFileBytes(path, &bytes), 0u);
     EXPECT_EQ(bytes, content);
   }
-  EXPECT_TRUE(
-      Exists(AgentDirectory() / L"Logs\\system\\da29f7c8-23b1-4974-8d11-209959ac694b\\scan.xml"));
 }
 
 TEST_F(SimControlTest, AgentInstallerStandInRemovesAndRestoresTheServices) {

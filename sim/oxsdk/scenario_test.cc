@@ -16,8 +16,6 @@ namespace tarn::sim {
 namespace {
 
 constexpr int64_t kNow = 1700000000;
-constexpr char kGetStatus[] =
-    R"({"type":"oxsdk","data":{"Product":[{"@name":"GetStatus","input":{}}]}})";
 constexpr char kAssessment[] =
     R"({ "type": "oxsdk", "data":{ "Product.CompetitorRemoval":[ { "@name": "StartAssessment",)"
     R"( "input": { "runContext": { "otherData": "o-1", "someData": "s-2" }, "ids":[ "a", "b" ] } } ] } })";
@@ -120,25 +118,21 @@ TEST(NamedScenarioTest, EveryFileIsAValidScenario) {
   EXPECT_GE(count, 3);
 }
 
-TEST(NamedScenarioTest, HealthyAnswersEveryRequestOfTheToolWithSuccess) {
+// The answers no end-to-end test would notice going wrong: the tool reads the healthy agent's
+// status, scans, update start, feature edits and assessment there, and its Kivoro identity is
+// also the configuration file's, so a wrong one would not show.
+TEST(NamedScenarioTest, HealthyAnswersTheRequestsLeftToItWithSuccess) {
   struct Case {
     const char* request;
     const char* event;  // the event it reports, if any
   };
   const Case cases[] = {
-      {kGetStatus, nullptr},
       {R"({"type": "oxsdk","data": {"Update": [{"@name": "GetUpdateSettings","input": {"user": ""}}]}})",
        nullptr},
-      {R"({"type":"oxsdk","data":{"Update":[{"@name":"StartUpdate","input":{}}]}})", nullptr},
       {R"({"type":"oxsdk","data" : {"ar.Product.Configuration": [{"@name":"GetKivoroIdentity","input":{}}]}})",
        nullptr},
       {R"({"type":"oxsdk","data":{"Product.Installer":[{"@name":"InstallerRemove","input":{}}]}})",
        nullptr},
-      {R"({ "type":"oxsdk", "data":{ "Product.Installer":[ { "@name": "AddRemove", "input":{ } } ] } })",
-       nullptr},
-      {R"({"type":"none","data":{"FileScan.OnDemand":[{"@name":"RunScanTask","input":{}}]}})",
-       "FileScan.OnDemand.ScanStarted"},
-      {kAssessment, "Product.CompetitorRemoval.AssessmentEnded"},
       {R"({ "type": "oxsdk", "data":{ "Product.CompetitorRemoval":[ { "@name": "StartRemoval",)"
        R"( "input": { "ids":[ "a" ], "runContext": { "otherData": "o-1", "someData": "s-2" } } } ] } })",
        "Product.CompetitorRemoval.RemovalEnded"},
