@@ -42,10 +42,11 @@ class NonceConcurrencyTest : public AgentTest {
 };
 
 // Each round: the gates start together; once one is past its read, challenge runs replace the
-// nonce. The first gate to read it is authorized, and no other: a gate that read the
-// same nonce must not find a replaced one still there to delete.
+// nonce. The first gate to read it is authorized, and no other: a gate that read the same nonce
+// must not find a replaced one still there to delete.
 TEST_F(NonceConcurrencyTest, OneNonceAuthorizesExactlyOneOfManyRuns) {
-  constexpr int kRounds = 6, kGates = 8, kChallenges = 4;
+  constexpr int kRounds = 8, kGates = 16, kChallenges = 8;
+  int roundsUsed = 0;  // rounds in which a gate found the planted nonce, before a challenge
   const std::vector<std::wstring> guarded = {
       L"-competitorsassessment", L"-authToken",     kAssessmentGrant.authToken,    L"-certificate",
       kGrantCertificate,         L"-executionTime", kAssessmentGrant.executionTime};
@@ -60,25 +61,29 @@ TEST_F(NonceConcurrencyTest, OneNonceAuthorizesExactlyOneOfManyRuns) {
     }
     for (const auto& box : boxes) gates.push_back(box->Start(guarded));
 
-    // Once the first gate is past its read, some gate holds or has spent the nonce. Only its
-    // log is watched: reading all of them at once would slow the gates down.
+    // Once a gate is past its read, challenge runs replace the nonce under the others.
     const auto limit = std::chrono::steady_clock::now() + std::chrono::seconds(60);
-    while (!LogHas(*boxes[0], "Validate challenge") &&
-           !LogHas(*boxes[0], "Failed to read nonce value") &&
-           std::chrono::steady_clock::now() < limit) {
-      std::this_thread::sleep_for(std::chrono::milliseconds(2));
+    auto someGateValidates = [&] {
+      for (const auto& box : boxes) {
+        if (LogHas(*box, "Validate challenge")) return true;
+      }
+      return false;
+    };
+    while (!someGateValidates() && std::chrono::steady_clock::now() < limit) {
+      std::this_thread::sleep_for(std::chrono::milliseconds(1));
     }
     Sandbox challengeBox;
     for (int i = 0; i < kChallenges; ++i) {
       challenges.push_back(challengeBox.Start({L"-getchallenge", kAssessmentGrant.authToken}));
     }
 
-    int authorized = 0;
+    int authorized = 0, validated = 0;
     std::string outcomes;  // each gate's exit code, for the failure message
     for (size_t i = 0; i < gates.size(); ++i) {
       ASSERT_TRUE(gates[i]);
       const ToolRun run = gates[i]->Wait();
       outcomes += " " + std::to_string(run.exitCode);
+      validated += LogHas(*boxes[i], "Challenge valid value is: 1");
       if (LogHas(*boxes[i], kAuthorized)) {
         ++authorized;
         EXPECT_EQ(run.exitCode, 0u);
@@ -88,8 +93,11 @@ TEST_F(NonceConcurrencyTest, OneNonceAuthorizesExactlyOneOfManyRuns) {
       ASSERT_TRUE(challenge);
       EXPECT_EQ(challenge->Wait().exitCode, 0u);
     }
-    EXPECT_EQ(authorized, 1) << "exit codes:" << outcomes;
+    // Several gates may find the planted nonce valid; one of them, and only one, is authorized.
+    EXPECT_EQ(authorized, validated > 0 ? 1 : 0) << "exit codes:" << outcomes;
+    roundsUsed += validated > 0;
   }
+  EXPECT_GT(roundsUsed, kRounds / 2);
 }
 
 }  // namespace
