@@ -7,6 +7,7 @@
 #include "base/log.h"
 #include "base/result_codes.h"
 #include "base/text.h"
+#include "base/unique_handle.h"
 
 namespace tarn {
 
@@ -312,6 +313,9 @@ uint32_t ValidateAuthorization(AuthorizationServices& services, const IdentitySe
   }
 
   WriteLog(log, L"Read nonce from registry");
+  // Read, compare and delete are one step for other runs: no two spend the same nonce.
+  if (const uint32_t code = services.LockNonce(log)) return code;
+  auto unlock = scope_exit([&services] { services.UnlockNonce(); });
   std::vector<uint8_t> nonce;
   if (const uint32_t code = services.ReadNonce(nonce, log)) {
     return LogFailure(log, L"Failed to read nonce value from registtry. Error code: ", code);
@@ -330,6 +334,8 @@ uint32_t ValidateAuthorization(AuthorizationServices& services, const IdentitySe
   if (const uint32_t code = services.DeleteNonceKey(log)) {
     return LogFailure(log, L"Failed to delete registry key. Error code: ", code);
   }
+  unlock.dismiss();
+  services.UnlockNonce();
 
   WriteLog(log, L"Check auth message time validity");
   if (signedTime.executionTime < message.validFrom || signedTime.executionTime > message.validTo) {

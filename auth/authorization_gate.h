@@ -44,6 +44,11 @@ class AuthorizationServices {
   virtual bool VerifySignature(const std::vector<uint8_t>& certificateBytes,
                                const std::vector<uint8_t>& signature,
                                const std::vector<uint8_t>& messageBytes, Logger* log) = 0;
+  // Holds the nonce against every other run from before it is read until it is deleted
+  // (NonceLock); released by UnlockNonce or with the services.
+  /// 0 once held, or the lock's code (logged) with nothing held.
+  [[nodiscard]] virtual uint32_t LockNonce(Logger* log) = 0;
+  virtual void UnlockNonce() = 0;
   /// 0, or the registry's error with `nonce` untouched.
   [[nodiscard]] virtual uint32_t ReadNonce(std::vector<uint8_t>& nonce, Logger* log) = 0;
   /// 0 with the verdict in `isValid`, or the hash's code with `isValid` false.

@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <cwctype>
 #include <functional>
+#include <iterator>
 
 #include "auth/test_ber_builder.h"
 #include "base/command_facts.h"
@@ -45,6 +46,7 @@ struct FakeServices final : AuthorizationServices {
   bool certificateValid = true, informationValid = true, signatureValid = true;
   bool challengeValid = true;
   uint32_t nonceCode = 0;
+  uint32_t lockCode = 0;
   uint32_t locateCode = 0;
   std::string fileHardwareId = "HW-1";
   std::string agentHardwareId = "HW-1";
@@ -77,7 +79,13 @@ struct FakeServices final : AuthorizationServices {
                        const std::vector<uint8_t>&, Logger*) override {
     return signatureValid;
   }
+  uint32_t LockNonce(Logger*) override {
+    calls.push_back("lock");
+    return lockCode;
+  }
+  void UnlockNonce() override { calls.push_back("unlock"); }
   uint32_t ReadNonce(std::vector<uint8_t>& nonce, Logger*) override {
+    calls.push_back("read-nonce");
     nonce.assign(16, 1);
     return nonceCode;
   }
@@ -211,6 +219,7 @@ TEST(AuthorizationGateTest, EachCheckRefusesWithItsCodeAndSpendsTheChallengeOnly
       {"truncated message",
        [](FakeServices& s) { s.base64[L"A"].resize(s.base64[L"A"].size() - 3); }, 2, false},
       {"signature", [](FakeServices& s) { s.signatureValid = false; }, 0, false},
+      {"nonce held by another run", [](FakeServices& s) { s.lockCode = 1460; }, 1460, false},
       {"no nonce", [](FakeServices& s) { s.nonceCode = 2; }, 2, false},
       {"challenge", [](FakeServices& s) { s.challengeValid = false; }, 0, false},
       {"execution before validity",
@@ -240,6 +249,18 @@ TEST(AuthorizationGateTest, EachCheckRefusesWithItsCodeAndSpendsTheChallengeOnly
     const bool deleted = std::find(services.calls.begin(), services.calls.end(),
                                    "delete-nonce") != services.calls.end();
     EXPECT_EQ(deleted, c.nonceDeleted) << c.name;
+
+    // The nonce is read and deleted only while held, and let go on every path once held.
+    std::vector<std::string> nonceCalls, expected;
+    std::copy_if(services.calls.begin(), services.calls.end(), std::back_inserter(nonceCalls),
+                 [](const std::string& call) { return call != "read-file"; });
+    if (!nonceCalls.empty()) expected.push_back("lock");
+    if (!nonceCalls.empty() && services.lockCode == 0) {
+      expected.push_back("read-nonce");
+      if (deleted) expected.push_back("delete-nonce");
+      expected.push_back("unlock");
+    }
+    EXPECT_EQ(nonceCalls, expected) << c.name;
   }
 }
 

@@ -33,6 +33,8 @@ class WinAuthorizationServices final : public AuthorizationServices {
                        const std::vector<uint8_t>& messageBytes, Logger* log) override {
     return tarn::VerifySignature(certificateBytes, signature, messageBytes, log);
   }
+  uint32_t LockNonce(Logger* log) override { return nonceLock_.Acquire(log); }
+  void UnlockNonce() override { nonceLock_.Release(); }
   uint32_t ReadNonce(std::vector<uint8_t>& nonce, Logger* log) override {
     return tarn::ReadNonce(nonce, log);
   }
@@ -47,6 +49,9 @@ class WinAuthorizationServices final : public AuthorizationServices {
     return tarn::ComputeSha256(digest, reinterpret_cast<const uint8_t*>(data.data()), data.size(),
                                log);
   }
+
+ private:
+  NonceLock nonceLock_;
 };
 
 }  // namespace

@@ -7,6 +7,14 @@
 
 namespace tarn {
 
+std::vector<uint8_t> NonceSymbols(const std::vector<uint8_t>& randomBytes) {
+  static_assert(sizeof(kNonceSymbols) - 1 == 64, "the low six bits of a byte pick the symbol");
+  std::vector<uint8_t> nonce;
+  nonce.reserve(randomBytes.size());
+  for (uint8_t byte : randomBytes) nonce.push_back(static_cast<uint8_t>(kNonceSymbols[byte & 63]));
+  return nonce;
+}
+
 std::string AuthorizationTextBytes(const std::wstring& authorizationText) {
   return WideToSingleByte(authorizationText);
 }

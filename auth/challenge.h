@@ -22,6 +22,16 @@ class Logger;
 using Sha256Function = uint32_t (*)(std::vector<uint8_t>& digest, const uint8_t* data,
                                     size_t length, Logger* log);
 
+// The nonce is kept as REG_SZ through the ANSI registry calls, which convert it through the
+// system's code page and back. Raw random bytes do not survive that on double-byte or UTF-8 code
+// pages; these 64 ASCII symbols do on every one. The service sees only the challenge's hash.
+inline constexpr char kNonceSymbols[] =
+    "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789-_";
+
+// One symbol for each random byte, chosen by its low six bits: 256 is a multiple of 64, so every
+// symbol is equally likely and 16 bytes give a nonce of 96 random bits.
+std::vector<uint8_t> NonceSymbols(const std::vector<uint8_t>& randomBytes);
+
 // The bytes hashed for an authorization text given on the command line: each character as one
 // byte (WideToSingleByte), as the challenge command and the gate's "-authToken" both take it.
 std::string AuthorizationTextBytes(const std::wstring& authorizationText);

@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <cctype>
 #include <map>
 
 #include "base/test_log_capture.h"
@@ -122,6 +123,22 @@ TEST(ChallengeMatchesTest, ComparesOverTheComputedLengthOnly) {
   for (const Case& c : cases) {
     EXPECT_EQ(ChallengeMatches(computed, Bytes(c.signedChallenge)), c.matches) << c.name;
   }
+}
+
+// Every byte value picks one of 64 distinct ASCII symbols, each symbol by exactly four values:
+// six uniform bits a symbol, none of them lost to a bias or a repeated symbol.
+TEST(NonceSymbolsTest, EveryByteValuePicksAnAsciiSymbolUniformly) {
+  std::vector<uint8_t> everyByte(256);
+  for (int b = 0; b < 256; ++b) everyByte[b] = static_cast<uint8_t>(b);
+  const std::vector<uint8_t> nonce = NonceSymbols(everyByte);
+  ASSERT_EQ(nonce.size(), 256u);
+  std::map<uint8_t, int> counts;
+  for (uint8_t symbol : nonce) {
+    EXPECT_TRUE(isalnum(symbol) || symbol == '-' || symbol == '_') << int{symbol};
+    ++counts[symbol];
+  }
+  EXPECT_EQ(counts.size(), 64u);
+  for (const auto& [symbol, count] : counts) EXPECT_EQ(count, 4) << symbol;
 }
 
 TEST_F(ChallengeTest, HashFailureIsReturnedAndLogged) {

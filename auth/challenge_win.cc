@@ -17,6 +17,10 @@ uint32_t ValidateChallenge(bool& isValid, const std::vector<uint8_t>& nonce,
 
 uint32_t GetChallenge(std::string& challenge, const std::wstring& data, Logger* log) {
   WriteLog(log, L"Delete nonce registry key");
+  // Held until the new nonce is stored: a gate between the delete and the store would find no
+  // nonce, and one that read the old nonce must have deleted it before the new one lands.
+  NonceLock lock;
+  if (const uint32_t code = lock.Acquire(log)) return code;
   // No key means no earlier challenge: nothing to replace.
   if (const uint32_t code = DeleteNonceKey(log); code != 0 && code != kErrorFileNotFound) {
     WriteLog(log, L"Failed to delete registry key. Error code: " + std::to_wstring(code));
@@ -24,11 +28,12 @@ uint32_t GetChallenge(std::string& challenge, const std::wstring& data, Logger* 
   }
 
   WriteLog(log, L"Generate random number");
-  std::vector<uint8_t> nonce;
-  if (const uint32_t code = GenerateRandomBytes(nonce, log)) {
+  std::vector<uint8_t> random;
+  if (const uint32_t code = GenerateRandomBytes(random, log)) {
     WriteLog(log, L"Failed to generate random number. Error code: " + std::to_wstring(code));
     return code;
   }
+  const std::vector<uint8_t> nonce = NonceSymbols(random);
 
   std::string computed;
   if (const uint32_t code = ComputeChallenge(computed, nonce, data, ComputeSha256, log)) {

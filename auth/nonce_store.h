@@ -27,6 +27,33 @@ inline constexpr size_t kNonceLength = 16;
 /// 0, or the failing call's error.
 [[nodiscard]] uint32_t StoreNonce(const std::vector<uint8_t>& nonce, Logger* log);
 
+// How long a run waits for another run's hold on the nonce. A holder keeps it for a few registry
+// calls and two hashes, milliseconds, so this is far beyond any queue of runs a platform starts at
+// once; and it is bounded, so a holder that hangs (suspended, debugged) refuses later runs with
+// 1460 instead of hanging them too.
+inline constexpr uint32_t kNonceLockWaitMs = 10000;
+
+// Makes reading, comparing and deleting the nonce, and replacing it with a new one, one step for
+// every other run of the same account: two runs cannot both spend one nonce, nor a new challenge
+// come in between. A named mutex per account (the nonce lives in that account's registry) in the
+// global namespace, so runs in other sessions wait too, that only the account itself may open.
+// A run that ends while holding it (killed) leaves it to the next run, which goes on.
+class NonceLock {
+ public:
+  NonceLock() = default;
+  ~NonceLock() { Release(); }
+  NonceLock(const NonceLock&) = delete;
+  NonceLock& operator=(const NonceLock&) = delete;
+
+  /// 0 once held, 1460 when `waitMs` ran out, or the system's error; holds nothing on failure.
+  [[nodiscard]] uint32_t Acquire(Logger* log, uint32_t waitMs = kNonceLockWaitMs);
+  // Lets the next run in; nothing when not held.
+  void Release();
+
+ private:
+  void* mutex_ = nullptr;  // HANDLE, kept out of this header
+};
+
 // Deletes the key with its value. Logs nothing: each caller logs the step its own way.
 /// 0, or the registry's error (2 when there is no key).
 [[nodiscard]] uint32_t DeleteNonceKey(Logger* log);

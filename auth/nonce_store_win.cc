@@ -6,6 +6,7 @@
 
 #include <new>
 #include <string>
+#include <vector>
 
 #include "auth/nonce_store.h"
 #include "base/allocation.h"
@@ -16,7 +17,73 @@
 namespace tarn {
 namespace {
 
+// The string form of the account's SID ("S-1-5-18" for the system account).
+/// 0, or the system's error with `sid` untouched.
+[[nodiscard]] uint32_t CurrentUserSid(std::wstring& sid) {
+  UniqueKernelHandle token;
+  if (!OpenProcessToken(GetCurrentProcess(), TOKEN_QUERY, token.put())) {
+    return LastErrorOr(kErrorAccessDenied);
+  }
+  DWORD size = 0;
+  GetTokenInformation(token.get(), TokenUser, nullptr, 0, &size);
+  std::vector<uint8_t> user(size);
+  if (size == 0 || !GetTokenInformation(token.get(), TokenUser, user.data(), size, &size)) {
+    return LastErrorOr(kErrorInvalidData);
+  }
+  UniqueHlocal text;
+  if (!ConvertSidToStringSidW(reinterpret_cast<TOKEN_USER*>(user.data())->User.Sid,
+                              reinterpret_cast<LPWSTR*>(text.put()))) {
+    return LastErrorOr(kErrorInvalidData);
+  }
+  sid = static_cast<const wchar_t*>(text.get());
+  return 0;
+}
+
+// The account's mutex, created or opened; only that account may open it ("P": nothing inherited).
+/// 0, or the system's error (5 when another account holds the name) with `mutex` untouched.
+[[nodiscard]] uint32_t OpenNonceMutex(UniqueKernelHandle& mutex) {
+  std::wstring sid;
+  if (const uint32_t code = CurrentUserSid(sid)) return code;
+  UniqueHlocal descriptor;
+  if (!ConvertStringSecurityDescriptorToSecurityDescriptorW(
+          (L"D:P(A;;GA;;;" + sid + L")").c_str(), SDDL_REVISION_1,
+          reinterpret_cast<PSECURITY_DESCRIPTOR*>(descriptor.put()), nullptr)) {
+    return LastErrorOr(kErrorInvalidData);
+  }
+  SECURITY_ATTRIBUTES attributes{sizeof(attributes), descriptor.get(), FALSE};
+  const HANDLE handle =
+      CreateMutexW(&attributes, FALSE, (L"Global\\ArvantisAuthService.nonce." + sid).c_str());
+  if (handle == nullptr) return LastErrorOr(kErrorAccessDenied);
+  mutex.reset(handle);
+  return 0;
+}
+
 }  // namespace
+
+uint32_t NonceLock::Acquire(Logger* log, uint32_t waitMs) {
+  Release();
+  UniqueKernelHandle mutex;
+  if (const uint32_t code = OpenNonceMutex(mutex)) {
+    return LogFailure(log, L"Failed to lock nonce. Error code: ", code);
+  }
+  switch (WaitForSingleObject(mutex.get(), waitMs)) {
+    case WAIT_OBJECT_0:
+    case WAIT_ABANDONED:  // its holder ended without letting go; the nonce is as it left it
+      mutex_ = mutex.release();
+      return 0;
+    case WAIT_TIMEOUT:
+      return LogFailure(log, L"Failed to lock nonce. Error code: ", kErrorTimeout);
+    default:
+      return LogFailure(log, L"Failed to lock nonce. Error code: ", LastErrorOr(kErrorInvalidData));
+  }
+}
+
+void NonceLock::Release() {
+  if (mutex_ == nullptr) return;
+  ReleaseMutex(mutex_);
+  UniqueKernelHandle closing(static_cast<HANDLE>(mutex_));
+  mutex_ = nullptr;
+}
 
 uint32_t ReadNonce(std::vector<uint8_t>& nonce, Logger* log) {
   WriteLog(log, L"Allocate memory for buffer");

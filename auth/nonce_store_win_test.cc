@@ -6,9 +6,12 @@
 
 #include <gtest/gtest.h>
 
+#include <future>
 #include <string>
+#include <thread>
 
 #include "auth/nonce_store.h"
+#include "base/result_codes.h"
 #include "base/test_log_capture.h"
 #include "base/win_handles.h"
 
@@ -121,6 +124,30 @@ TEST_F(NonceStoreTest, DeleteRemovesTheRestrictedKeyOnce) {
   EXPECT_EQ(DeleteNonceKey(nullptr), static_cast<uint32_t>(ERROR_FILE_NOT_FOUND));
   // A new store after the deletion starts from a fresh key.
   EXPECT_EQ(StoreNonce(kNonce, nullptr), 0u);
+}
+
+// A holder on another thread keeps others out until the bound; when its thread ends without
+// letting go, as a killed run would, the next run gets the lock at once.
+TEST(NonceLockTest, HolderKeepsOthersOutUntilItEndsEvenWithoutReleasing) {
+  std::promise<void> held, done;
+  std::thread holder([&] {
+    auto* lost = new NonceLock;  // never released or freed: its thread ends holding the lock
+    EXPECT_EQ(lost->Acquire(nullptr), 0u);
+    held.set_value();
+    done.get_future().wait();
+  });
+  held.get_future().wait();
+
+  NonceLock waiting;
+  LogCapture log("tarn-nonce-lock-test");
+  EXPECT_EQ(waiting.Acquire(log.get(), 50), kErrorTimeout);
+  EXPECT_EQ(log.Take(), std::vector<std::string>{"Failed to lock nonce. Error code: 1460"});
+
+  done.set_value();
+  holder.join();
+  EXPECT_EQ(waiting.Acquire(nullptr, 0), 0u);
+  waiting.Release();
+  EXPECT_EQ(NonceLock().Acquire(nullptr, 0), 0u);
 }
 
 }  // namespace

@@ -1,7 +1,6 @@
 #include "base/log.h"
 
 #include <cwchar>
-#include <filesystem>
 
 #include "base/text.h"
 
@@ -18,18 +17,15 @@ bool BreakDownUtc(std::time_t now, std::tm& out) {
 
 }  // namespace
 
-Logger::Logger(const std::wstring& path)
-    : file_(std::filesystem::path(path), std::ios::out | std::ios::app) {}
+Logger::Logger(const std::wstring& path) : file_(path) {}
 
 void Logger::Write(const std::wstring& message) {
   std::lock_guard<std::mutex> lock(mutex_);
   if (!file_.is_open()) return;
   std::tm utc{};
   const bool haveTime = BreakDownUtc(std::time(nullptr), utc);
-  // The file holds single-byte text; a character that has no byte must not end the logging.
-  file_ << WideToSingleByte(FormatLogLine(haveTime ? &utc : nullptr, message)) << '\n';
-  file_.flush();
-  file_.clear();  // a failed write (disk full) must not silence the lines after it
+  // A failed write (disk full) is dropped like the line of a file that cannot be opened.
+  (void)file_.Append(LogLineBytes(haveTime ? &utc : nullptr, message));
 }
 
 std::wstring FormatLogLine(const std::tm* utc, const std::wstring& message) {
@@ -43,6 +39,19 @@ std::wstring FormatLogLine(const std::tm* utc, const std::wstring& message) {
   line += L' ';
   line += message;
   return line;
+}
+
+std::string LogLineBytes(const std::tm* utc, const std::wstring& message) {
+  // The file holds single-byte text; a character that has no byte must not end the logging.
+  const std::string text = WideToSingleByte(FormatLogLine(utc, message));
+  std::string bytes;
+  bytes.reserve(text.size() + 2);
+  for (char c : text) {
+    if (c == '\n') bytes += '\r';
+    bytes += c;
+  }
+  bytes += "\r\n";
+  return bytes;
 }
 
 Logger* CreateLogger(const std::wstring& programDirectory) {

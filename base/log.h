@@ -4,9 +4,10 @@
 
 #include <cstdint>
 #include <ctime>
-#include <fstream>
 #include <mutex>
 #include <string>
+
+#include "base/append_file.h"
 
 namespace tarn {
 
@@ -17,11 +18,12 @@ class Logger {
   explicit Logger(const std::wstring& path);
 
   bool is_open() const { return file_.is_open(); }
+  // Appends the line in one write, so lines of processes logging at once never break each other.
   void Write(const std::wstring& message);
 
  private:
-  std::ofstream file_;
-  std::mutex mutex_;  // callbacks of the agent's threads may log too
+  AppendFile file_;
+  std::mutex mutex_;  // callbacks of the agent's threads may log too; keeps their lines in order
 };
 
 // Creates the process's single logger on the first call (directory + "log.txt"); later calls
@@ -37,5 +39,9 @@ void WriteLog(Logger* log, std::wstring message);
 
 // The text of one log line without its line end; `utc` null means the time was not available.
 std::wstring FormatLogLine(const std::tm* utc, const std::wstring& message);
+
+// The bytes of one log line as the file holds them: each character as one byte (WideToSingleByte),
+// every line end, the last one and any inside the message, as CR LF (a text-mode file's form).
+std::string LogLineBytes(const std::tm* utc, const std::wstring& message);
 
 }  // namespace tarn

@@ -20,6 +20,17 @@ TEST(LogTest, LineIsUtcStampBlankMessage) {
   t.tm_sec = 9;
   EXPECT_EQ(FormatLogLine(&t, L"Get product version"), L"2026-11-03 07:05:09 Get product version");
   EXPECT_EQ(FormatLogLine(nullptr, L"Open service"), L"Cannot retrieve time! Open service");
+
+  // The bytes a text-mode file would hold: one byte a character, CR LF for every line end.
+  const struct {
+    const wchar_t* message;
+    std::string bytes;
+  } cases[] = {
+      {L"Get product version", "2026-11-03 07:05:09 Get product version\r\n"},
+      {L"caf\u00e9 \u20ac \u65e5", "2026-11-03 07:05:09 caf\xe9 ? ?\r\n"},
+      {L"reply:\n{}\r\n", "2026-11-03 07:05:09 reply:\r\n{}\r\r\n\r\n"},
+  };
+  for (const auto& c : cases) EXPECT_EQ(LogLineBytes(&t, c.message), c.bytes);
 }
 
 TEST(LogTest, NullLoggerIsSilentAndLinesAppendAcrossLoggers) {
@@ -39,11 +50,11 @@ TEST(LogTest, NullLoggerIsSilentAndLinesAppendAcrossLoggers) {
     second.Write(L"still logging");
   }
   std::stringstream text;
-  text << std::ifstream(dir / "log.txt").rdbuf();
+  text << std::ifstream(dir / "log.txt", std::ios::binary).rdbuf();
   const std::regex expected(
-      "\\d{4}-\\d\\d-\\d\\d \\d\\d:\\d\\d:\\d\\d first run\n"
-      "\\d{4}-\\d\\d-\\d\\d \\d\\d:\\d\\d:\\d\\d second run \\?\n"
-      "\\d{4}-\\d\\d-\\d\\d \\d\\d:\\d\\d:\\d\\d still logging\n");
+      "\\d{4}-\\d\\d-\\d\\d \\d\\d:\\d\\d:\\d\\d first run\r\n"
+      "\\d{4}-\\d\\d-\\d\\d \\d\\d:\\d\\d:\\d\\d second run \\?\r\n"
+      "\\d{4}-\\d\\d-\\d\\d \\d\\d:\\d\\d:\\d\\d still logging\r\n");
   EXPECT_TRUE(std::regex_match(text.str(), expected)) << text.str();
   std::filesystem::remove_all(dir);
 }

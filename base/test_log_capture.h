@@ -38,9 +38,12 @@ class LogCapture {
     logger_.reset();
     std::vector<std::string> messages;
     {
-      std::ifstream in(path_);
-      // "YYYY-MM-DD hh:mm:ss " precedes each message.
-      for (std::string line; std::getline(in, line);) messages.push_back(line.substr(20));
+      std::ifstream in(path_, std::ios::binary);
+      // "YYYY-MM-DD hh:mm:ss " precedes each message, CR LF ends it.
+      for (std::string line; std::getline(in, line);) {
+        if (!line.empty() && line.back() == '\r') line.pop_back();
+        messages.push_back(line.substr(20));
+      }
     }
     std::filesystem::remove(path_);
     logger_ = std::make_unique<Logger>(path_.wstring());

@@ -9,6 +9,7 @@ packages=(
   cmake ninja-build make g++ clang libclang-rt-14-dev python3 openssl osslsigncode
   g++-mingw-w64-x86-64-posix binutils-mingw-w64-x86-64 wine wine64
   googletest rapidjson-dev librapidxml-dev dpkg-dev
+  locales  # localedef and the ja_JP source: the challenge test on code page 932
 )
 
 missing=()

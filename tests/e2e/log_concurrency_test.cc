@@ -1,0 +1,64 @@
+// Runs that overlap share one log.txt: every line of every run must arrive whole. Guarded runs
+// with an undecodable certificate log a dozen lines and stop before any registry or agent work.
+#include <gtest/gtest.h>
+
+#include <map>
+#include <regex>
+#include <sstream>
+
+#include "tests/e2e/tool_runner.h"
+
+namespace tarn::e2e {
+namespace {
+
+const std::vector<std::wstring> kRun = {
+    L"-competitorsassessment", L"-authToken",     L"QUFB", L"-certificate",
+    L"!not base64!",           L"-executionTime", L"QUFB"};
+
+// The messages of log.txt and how often each came; a line that is not a time stamp, a blank and
+// a message ending in CR LF is counted under "broken: <line>".
+std::map<std::string, int> CountLines(const std::string& log) {
+  static const std::regex kLine(R"(\d{4}-\d\d-\d\d \d\d:\d\d:\d\d (.*)\r)");
+  std::map<std::string, int> counts;
+  std::istringstream text(log);
+  std::smatch match;
+  for (std::string line; std::getline(text, line);) {
+    ++counts[std::regex_match(line, match, kLine) ? match[1].str() : "broken: " + line];
+  }
+  return counts;
+}
+
+TEST(LogConcurrencyTest, OverlappingRunsLoseNoLine) {
+  constexpr int kProcesses = 16, kRounds = 16;
+  Sandbox box;
+  box.EnableLogging();
+  const ToolRun alone = box.Run(kRun);
+  const std::map<std::string, int> oneRun = CountLines(box.ReadFile("log.txt"));
+  ASSERT_GE(oneRun.size(), 10u);
+
+  for (int round = 0; round < kRounds; ++round) {
+    std::vector<std::unique_ptr<RunningTool>> running;
+    for (int i = 0; i < kProcesses; ++i) running.push_back(box.Start(kRun));
+    for (auto& tool : running) {
+      ASSERT_TRUE(tool);
+      EXPECT_EQ(tool->Wait().exitCode, alone.exitCode);
+    }
+  }
+
+  // Every message as often as one run writes it times the runs; nothing else.
+  const std::map<std::string, int> found = CountLines(box.ReadFile("log.txt"));
+  std::string wrong;
+  for (const auto& [message, count] : oneRun) {
+    const auto at = found.find(message);
+    const int want = count * (1 + kProcesses * kRounds), have = at == found.end() ? 0 : at->second;
+    if (have != want)
+      wrong += "\n" + message + ": " + std::to_string(have) + " of " + std::to_string(want);
+  }
+  for (const auto& [message, count] : found) {
+    if (oneRun.count(message) == 0) wrong += "\n" + message + " (" + std::to_string(count) + ")";
+  }
+  EXPECT_EQ(wrong, "");
+}
+
+}  // namespace
+}  // namespace tarn::e2e
