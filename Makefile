@@ -3,7 +3,7 @@ SHELL := /bin/bash
 TOP := $(abspath .)
 JOBS ?= $(shell nproc)
 
-.PHONY: all setup build build-windows build-native build-asan build-tsan demo check clean
+.PHONY: all setup build build-windows build-native build-asan build-tsan demo check bench clean
 
 all: build
 
@@ -33,6 +33,12 @@ demo: build-windows
 
 check: build
 	@scripts/check.sh
+
+# Figures, not tests: the tool against its floor under Wine, the waits, the walks, the executable.
+bench: build-windows build-native
+	@ninja -C build/windows bench_programs >/dev/null
+	@ninja -C build/native walker_bench >/dev/null
+	@bench/run.sh
 
 clean:
 	rm -rf build/windows build/native build/asan build/tsan build/wineprefix
