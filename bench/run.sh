@@ -159,10 +159,10 @@ wait_run() {  # LABEL LIMIT_MS PERMISSION ARGUMENTS
   # The agent's journal says when the request came and when the reply went out.
   cp "$agent_dir/sim/journal.jsonl" "$out/journal-$1.jsonl"
 }
-echo "bench: the waits (about a minute)"
+echo "bench: the waits (about a minute and a half)"
 wait_run reply-wait 0 - -getproductversion
 wait_run scan-floor 0 - '-startquickscan 1'
-wait_run event-wait 10000 20 '-removecompetitors veltrano-av-12'
+wait_run event-wait 30000 20 '-removecompetitors veltrano-av-12'
 wait_run release 0 19 -competitorsassessment
 scenario instant
 
