@@ -150,19 +150,44 @@ done
 waits=$out/waits.txt
 : >"$waits"
 scenario waits
-wait_run() {  # LABEL LIMIT_MS PERMISSION ARGUMENTS
-  local line="\"$win\\tarn-rmm.exe\" $4"
+# The tool's Linux process in this prefix (other prefixes may run a tool of the same name).
+tool_pid() {
+  local pid
+  for pid in $(pgrep -f 'tarn-bench.tarn-rmm\.exe'); do
+    tr '\0' '\n' <"/proc/$pid/environ" 2>/dev/null | grep -qx "WINEPREFIX=$PREFIX" && echo "$pid"
+  done | head -n 1
+}
+cpu_ticks() { awk '{print $14 + $15}' "/proc/$1/stat" 2>/dev/null; }
+# CPU the tool burns between FROM and TO seconds after its start, read from Linux in clock ticks
+# over a span well inside the wait, so that start-up and tear-down stay out: "MS SECONDS".
+sample_wait_cpu() {  # FROM TO
+  local pid first last
+  sleep "$1"
+  pid=$(tool_pid)
+  [ -n "$pid" ] || { echo "- -"; return; }
+  first=$(cpu_ticks "$pid")
+  sleep "$(($2 - $1))"
+  last=$(cpu_ticks "$pid")
+  [ -n "$first" ] && [ -n "$last" ] || { echo "- -"; return; }
+  echo "$(((last - first) * 1000 / $(getconf CLK_TCK))) $(($2 - $1))"
+}
+wait_run() {  # LABEL LIMIT_MS PERMISSION ARGUMENTS [SAMPLE_FROM SAMPLE_TO]
+  local line="\"$win\\tarn-rmm.exe\" $4" sampled
   [ "$3" = - ] || line+=" $(authorize "$3")"
   printf '%s\t%s\t%s\n' "$1" "$2" "$line" >"$plan"
   rm -f "$agent_dir/sim/journal.jsonl"
-  wine_exec "$win\\bench-driver.exe" "$win\\plan.txt" >>"$waits"
+  [ -z "${5:-}" ] || sample_wait_cpu "$5" "$6" >"$out/sample" &
+  sampled=$!
+  wine_exec "$win\\bench-driver.exe" "$win\\plan.txt" | tr -d '\n' >>"$waits"
+  wait "$sampled"
+  if [ -n "${5:-}" ]; then echo " $(cat "$out/sample")"; else echo " - -"; fi >>"$waits"
   # The agent's journal says when the request came and when the reply went out.
   cp "$agent_dir/sim/journal.jsonl" "$out/journal-$1.jsonl"
 }
 echo "bench: the waits (about a minute and a half)"
-wait_run reply-wait 0 - -getproductversion
+wait_run reply-wait 0 - -getproductversion 2 9
 wait_run scan-floor 0 - '-startquickscan 1'
-wait_run event-wait 30000 20 '-removecompetitors veltrano-av-12'
+wait_run event-wait 30000 20 '-removecompetitors veltrano-av-12' 4 28
 wait_run release 0 19 -competitorsassessment
 scenario instant
 
