@@ -2,8 +2,9 @@
 # make bench: the tool against its floor, command by command, under Wine with the simulated agent
 # answering at once; the waits' CPU and lateness; the status walks natively; the executable's
 # size and imports. Prints figures and writes bench/RESULTS.md; asserts nothing.
-#   TARN_BENCH_RUNS   runs of tool and floor per command (default 9: about 8 minutes when quiet)
+#   TARN_BENCH_RUNS   runs of tool and floor per command (default 9: about 5 minutes when quiet)
 #   TARN_BENCH_LOAD   a note on the machine's load for the table (default: the load average)
+#   TARN_BENCH_ONLY   a regular expression: only the commands it matches, printed, no RESULTS.md
 set -uo pipefail
 top=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)
 build=$top/build/windows
@@ -141,10 +142,29 @@ echo "bench: $runs runs of each of ${#commands[@]} commands, tool and floor alte
 for ((i = 0; i < runs; i++)); do
   for entry in "${commands[@]}"; do
     IFS='|' read -r label permission arguments floor <<<"$entry"
+    [[ -z ${TARN_BENCH_ONLY:-} || $label =~ $TARN_BENCH_ONLY ]] || continue
     measure "$label" "$permission" "$arguments" "$floor" "$i"
   done
   echo "bench: run $((i + 1)) of $runs done"
 done
+
+if [ -n "${TARN_BENCH_ONLY:-}" ]; then
+  python3 - "$raw" <<'PY'
+import collections, statistics, sys
+walls = collections.defaultdict(dict)
+for line in open(sys.argv[1]):
+    label, iteration, run = line.rstrip("\n").split("\t")
+    fields = run.split()
+    if len(fields) == 6:
+        walls[label, iteration][fields[0]] = float(fields[1])
+for label in dict.fromkeys(key[0] for key in walls):
+    pairs = [pair for key, pair in walls.items() if key[0] == label and len(pair) == 2]
+    print(f"{label}: tool {statistics.median(p['tool'] for p in pairs):.0f} ms, floor "
+          f"{statistics.median(p['floor'] for p in pairs):.0f} ms, ratio "
+          f"{statistics.median(p['tool'] / p['floor'] for p in pairs):.2f}")
+PY
+  exit 0
+fi
 
 # The waits: CPU burnt and how late each time-out fires.
 waits=$out/waits.txt
