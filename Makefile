@@ -3,7 +3,7 @@ SHELL := /bin/bash
 TOP := $(abspath .)
 JOBS ?= $(shell nproc)
 
-.PHONY: all setup build build-windows build-native build-asan build-tsan demo check release clean
+.PHONY: all setup build build-windows build-native build-asan build-tsan demo check release bench clean
 
 all: build
 
@@ -38,6 +38,12 @@ check: build
 # builds give the same bytes).
 release: setup
 	@scripts/release.sh
+
+# Figures, not tests: the tool against its floor under Wine, the waits, the walks, the executable.
+bench: build-windows build-native
+	@ninja -C build/windows bench_programs >/dev/null
+	@ninja -C build/native walker_bench >/dev/null
+	@bench/run.sh
 
 clean:
 	rm -rf build/windows build/native build/asan build/tsan build/wineprefix build/release build/release-check dist

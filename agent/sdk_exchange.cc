@@ -111,7 +111,7 @@ uint32_t RunSdkExchange(SdkInstance& instance, const SdkExchange& exchange,
   std::string replyText;
   {
     std::lock_guard<std::mutex> lock(SessionState.mutex);
-    replyText = SessionState.reply;
+    replyText.swap(SessionState.reply);  // taken, not copied: a status reply can be megabytes
     SessionState.replyTaken = SessionState.replyReceived.load();
   }
   const uint32_t result =

@@ -18,7 +18,9 @@ uint32_t ParseSdkReply(const std::string& reply, const std::wstring& methodKey,
     if (reply.empty()) return malformed(L"Failed to receive OXSDK response. JSON is empty", 0);
 
     WriteLog(log, L"Parse OXSDK response");
-    rapidjson::Document document;
+    // Parsed into the output's own memory, so that "output" is moved into it below instead of
+    // copied: the reply's tree is built once.
+    rapidjson::Document document(&output.GetAllocator());
     document.Parse(reply.c_str(), reply.size());
     if (document.HasParseError() || !document.IsObject()) {
       return malformed(L"Invalid JSON. Response has parse errors or is not an object", 0);
@@ -42,10 +44,11 @@ uint32_t ParseSdkReply(const std::string& reply, const std::wstring& methodKey,
     }
 
     WriteLog(log, L"Parse \"error\" member");
-    const rapidjson::Value& methods = method->value;
+    rapidjson::Value& methods = method->value;
     // An empty list or a non-object element carries no usable "error" either.
     const bool haveElement = !methods.Empty() && methods[0].IsObject();
-    const auto error = haveElement ? methods[0].FindMember("error") : rapidjson::Value::ConstMemberIterator();
+    const auto error =
+        haveElement ? methods[0].FindMember("error") : rapidjson::Value::MemberIterator();
     if (!haveElement || error == methods[0].MemberEnd() || !error->value.IsInt64()) {
       return malformed(L"Invalid JSON. Error is not found or its value is invalid",
                        kErrorNoUsableReply);
@@ -62,7 +65,7 @@ uint32_t ParseSdkReply(const std::string& reply, const std::wstring& methodKey,
     if (!out->value.IsObject()) {
       return malformed(L"Invalid JSON. \"output\" member is invalid", kErrorNoUsableReply);
     }
-    output.CopyFrom(out->value, output.GetAllocator());
+    static_cast<rapidjson::Value&>(output) = out->value;  // moves; "output" is left null
     return 0;
   } catch (...) {
     return malformed(L"Invalid JSON. Something happened while parsing the response",

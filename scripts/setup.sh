@@ -8,7 +8,7 @@ deps=$top/build/deps
 packages=(
   cmake ninja-build make g++ clang libclang-rt-14-dev python3 openssl osslsigncode
   g++-mingw-w64-x86-64-posix binutils-mingw-w64-x86-64 wine wine64
-  googletest rapidjson-dev librapidxml-dev dpkg-dev
+  googletest rapidjson-dev librapidxml-dev dpkg-dev procps
   locales  # localedef and the ja_JP source: the challenge test on code page 932
 )
 
