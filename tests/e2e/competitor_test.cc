@@ -6,7 +6,6 @@
 #include <chrono>
 #include <regex>
 
-#include "base/win_handles.h"
 #include "tests/e2e/authorizations.h"
 #include "tests/e2e/simulated_agent.h"
 #include "tests/e2e/tool_runner.h"
@@ -22,24 +21,12 @@ constexpr char kRemoved[] =
     "id=quorix-is-2024|productName=Quorix Internet Security|status=notFound";
 constexpr char kGuid[] = "[0-9a-f]{8}-[0-9a-f]{4}-[0-9a-f]{4}-[0-9a-f]{4}-[0-9a-f]{12}";
 
-// Stores the grants' nonce as the current challenge's, as "-getchallenge" would have. The gate
-// deletes it again when it reads it.
-void PlantNonce() {
-  RegDeleteKeyW(HKEY_CURRENT_USER, L"Software\\ArvantisAuthService");
-  UniqueHkey key;
-  ASSERT_EQ(RegCreateKeyExW(HKEY_CURRENT_USER, L"Software\\ArvantisAuthService", 0, nullptr, 0,
-                            KEY_ALL_ACCESS, nullptr, key.put(), nullptr),
-            ERROR_SUCCESS);
-  ASSERT_EQ(RegSetValueExW(key.get(), L"nonce", 0, REG_BINARY, kGrantNonce.data(),
-                           static_cast<DWORD>(kGrantNonce.size())),
-            ERROR_SUCCESS);
-}
 
 class CompetitorTest : public AgentTest {
  protected:
   // Runs the command with `grant`'s authorization options after its own arguments.
   ToolRun Guarded(const Sandbox& box, std::vector<std::wstring> args, const Grant& grant) {
-    PlantNonce();
+    PlantNonce(kGrantNonce);
     args.insert(args.end(), {L"-authToken", grant.authToken, L"-certificate", kGrantCertificate,
                              L"-executionTime", grant.executionTime});
     return box.Run(args);

@@ -6,7 +6,6 @@
 #include <chrono>
 #include <thread>
 
-#include "base/win_handles.h"
 #include "tests/e2e/authorizations.h"
 #include "tests/e2e/simulated_agent.h"
 #include "tests/e2e/tool_runner.h"
@@ -17,17 +16,6 @@ namespace {
 constexpr char kAuthorized[] =
     "Finished to validate authorization successfully. Operation is authorized";
 
-// Stores the grants' nonce as the current challenge's, as "-getchallenge" would have.
-void PlantNonce() {
-  RegDeleteKeyW(HKEY_CURRENT_USER, L"Software\\ArvantisAuthService");
-  UniqueHkey key;
-  ASSERT_EQ(RegCreateKeyExW(HKEY_CURRENT_USER, L"Software\\ArvantisAuthService", 0, nullptr, 0,
-                            KEY_ALL_ACCESS, nullptr, key.put(), nullptr),
-            ERROR_SUCCESS);
-  ASSERT_EQ(RegSetValueExW(key.get(), L"nonce", 0, REG_BINARY, kGrantNonce.data(),
-                           static_cast<DWORD>(kGrantNonce.size())),
-            ERROR_SUCCESS);
-}
 
 bool LogHas(const Sandbox& box, const char* message) {
   return box.Exists("log.txt") && box.ReadFile("log.txt").find(message) != std::string::npos;
@@ -52,7 +40,7 @@ TEST_F(NonceConcurrencyTest, OneNonceAuthorizesExactlyOneOfManyRuns) {
       kGrantCertificate,         L"-executionTime", kAssessmentGrant.executionTime};
   for (int round = 0; round < kRounds; ++round) {
     SCOPED_TRACE(round);
-    PlantNonce();
+    PlantNonce(kGrantNonce);
     std::vector<std::unique_ptr<Sandbox>> boxes;
     std::vector<std::unique_ptr<RunningTool>> gates, challenges;
     for (int i = 0; i < kGates; ++i) {

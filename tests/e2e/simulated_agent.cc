@@ -2,9 +2,21 @@
 
 #include <windows.h>
 
+#include "base/win_handles.h"
 #include "tests/e2e/tool_runner.h"
 
 namespace tarn::e2e {
+
+void PlantNonce(const std::vector<uint8_t>& nonce) {
+  RegDeleteKeyW(HKEY_CURRENT_USER, L"Software\\ArvantisAuthService");
+  UniqueHkey key;
+  ASSERT_EQ(RegCreateKeyExW(HKEY_CURRENT_USER, L"Software\\ArvantisAuthService", 0, nullptr, 0,
+                            KEY_ALL_ACCESS, nullptr, key.put(), nullptr),
+            ERROR_SUCCESS);
+  ASSERT_EQ(RegSetValueExW(key.get(), L"nonce", 0, REG_BINARY, nonce.data(),
+                           static_cast<DWORD>(nonce.size())),
+            ERROR_SUCCESS);
+}
 
 void AgentTest::SetUp() {
   kit_ = sim::KitOfBuildTree(BuildDirectory());

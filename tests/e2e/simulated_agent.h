@@ -23,6 +23,10 @@ struct AgentCase {
   const wchar_t* variant = nullptr;  // of oxsdk.dll; null: the signed one
 };
 
+// Stores `nonce` as the current challenge's, as "-getchallenge" would have (REG_BINARY, so any
+// bytes the grants were issued for). The gate deletes it again when it reads it.
+void PlantNonce(const std::vector<uint8_t>& nonce);
+
 // A scenario whose "Product.GetStatus" answers with `output` (JSON text of the object).
 std::string StatusScenario(const std::string& output);
 
