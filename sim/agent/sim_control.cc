@@ -59,8 +59,26 @@ uint32_t UseModuleVariant(const Kit& kit, Module module, const std::wstring& var
   }
 }
 
+namespace {
+
+// The service manager deletes a removed service's key once its last handle closes, on its own
+// time: a re-install that follows a removal closely can meet the key or the service still marked
+// for deletion. Those two answers are retried for a bounded while (3 s); any other is final.
+template <typename Step>
+uint32_t OnceDeletionSettled(Step step) {
+  uint32_t code = 0;
+  for (int attempt = 0; attempt < 30; ++attempt) {
+    code = step();
+    if (code != ERROR_KEY_DELETED && code != ERROR_SERVICE_MARKED_FOR_DELETE) return code;
+    Sleep(100);
+  }
+  return code;
+}
+
+}  // namespace
+
 uint32_t InstallAgent(const Kit& kit, const InstallOptions& options) {
-  if (uint32_t code = RemoveAgent()) return code;
+  if (uint32_t code = OnceDeletionSettled(RemoveAgent)) return code;
   for (const auto& service : kAgentServices) {
     if (uint32_t code =
             CopyFileTo(kit.root / L"bin" / kServiceProgram, AgentDirectory() / service.image)) {
@@ -74,7 +92,7 @@ uint32_t InstallAgent(const Kit& kit, const InstallOptions& options) {
   if (uint32_t code = WriteAgentConfig(options.layout, options.encoding, options.identity)) {
     return code;
   }
-  return RegisterAgentServices(options.startServices);
+  return OnceDeletionSettled([&] { return RegisterAgentServices(options.startServices); });
 }
 
 uint32_t RemoveAgent() {
