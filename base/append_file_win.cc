@@ -22,8 +22,8 @@ bool LockForAppend(HANDLE file, OVERLAPPED& at) {
 }  // namespace
 
 // FILE_APPEND_DATA without FILE_WRITE_DATA: every write goes to the end of the file. Reading is
-// granted only because a byte-range lock needs it. Others may read, append and delete the log
-// while it is open, as with the runtime's own streams.
+// granted only because a byte-range lock needs it. Others may read and append to the log while it
+// is open, as with the runtime's own streams.
 AppendFile::AppendFile(const std::wstring& path) {
   const HANDLE file =
       CreateFileW(path.c_str(), FILE_APPEND_DATA | FILE_READ_DATA | SYNCHRONIZE,
@@ -37,8 +37,9 @@ AppendFile::~AppendFile() {
 }
 
 // On a local volume the system finds the end and writes there in one step. Not every file system
-// does (Wine looks the end up, then writes at it, so two writers can land on the same end), so
-// writers also take turns through a lock; one that cannot get it within a second writes anyway.
+// or redirector does (one that looks the end up and then writes at it lets two writers land on
+// the same end), so writers also take turns through a lock; one that cannot get it within a
+// second writes anyway.
 bool AppendFile::Append(std::string_view bytes) {
   if (!is_open()) return false;
   // Callers log a failure and then read the failed call's error: logging must not change it.
