@@ -19,7 +19,8 @@ uint32_t ParseSdkReply(const std::string& reply, const std::wstring& methodKey,
 
     WriteLog(log, L"Parse OXSDK response");
     rapidjson::Document document;
-    document.Parse(reply.c_str(), reply.size());
+    // Iterative, as nothing below descends either: the agent's nesting must not cost stack.
+    document.Parse<rapidjson::kParseIterativeFlag>(reply.c_str(), reply.size());
     if (document.HasParseError() || !document.IsObject()) {
       return malformed(L"Invalid JSON. Response has parse errors or is not an object", 0);
     }
@@ -42,10 +43,11 @@ uint32_t ParseSdkReply(const std::string& reply, const std::wstring& methodKey,
     }
 
     WriteLog(log, L"Parse \"error\" member");
-    const rapidjson::Value& methods = method->value;
+    rapidjson::Value& methods = method->value;
     // An empty list or a non-object element carries no usable "error" either.
     const bool haveElement = !methods.Empty() && methods[0].IsObject();
-    const auto error = haveElement ? methods[0].FindMember("error") : rapidjson::Value::ConstMemberIterator();
+    const auto error =
+        haveElement ? methods[0].FindMember("error") : rapidjson::Value::ConstMemberIterator();
     if (!haveElement || error == methods[0].MemberEnd() || !error->value.IsInt64()) {
       return malformed(L"Invalid JSON. Error is not found or its value is invalid",
                        kErrorNoUsableReply);
@@ -62,7 +64,11 @@ uint32_t ParseSdkReply(const std::string& reply, const std::wstring& methodKey,
     if (!out->value.IsObject()) {
       return malformed(L"Invalid JSON. \"output\" member is invalid", kErrorNoUsableReply);
     }
-    output.CopyFrom(out->value, output.GetAllocator());
+    // Taken over with the reply's allocator rather than copied (a copy descends per level); the
+    // rest of the reply stays in the allocator, unreachable, until `output` goes.
+    rapidjson::Value& taken = out->value;
+    output.Swap(document);
+    static_cast<rapidjson::Value&>(output) = taken;
     return 0;
   } catch (...) {
     return malformed(L"Invalid JSON. Something happened while parsing the response",
