@@ -93,7 +93,8 @@ uint32_t DecodeConfigText(std::string_view bytes, uint32_t encoding, std::string
 uint32_t ReadConfigText(const std::string& text, std::string* hardwareId, std::string* groupId,
                         std::string* companyId, Logger* log) {
   rapidjson::Document config;
-  config.Parse(text.c_str());
+  // Iterative: however deep the file nests, it costs no stack.
+  config.Parse<rapidjson::kParseIterativeFlag>(text.c_str());
   if (config.HasParseError() || !config.IsObject()) {
     WriteLog(log, L"Invalid JSON. Configuration file has parse errors or is not an object");
     return kErrorInvalidData;

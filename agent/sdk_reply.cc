@@ -19,9 +19,9 @@ uint32_t ParseSdkReply(const std::string& reply, const std::wstring& methodKey,
 
     WriteLog(log, L"Parse OXSDK response");
     // Parsed into the output's own memory, so that "output" is moved into it below instead of
-    // copied: the reply's tree is built once.
+    // copied (a copy descends per level); iterative, so the agent's nesting costs no stack.
     rapidjson::Document document(&output.GetAllocator());
-    document.Parse(reply.c_str(), reply.size());
+    document.Parse<rapidjson::kParseIterativeFlag>(reply.c_str(), reply.size());
     if (document.HasParseError() || !document.IsObject()) {
       return malformed(L"Invalid JSON. Response has parse errors or is not an object", 0);
     }

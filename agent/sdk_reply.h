@@ -10,8 +10,8 @@ namespace tarn {
 
 class Logger;
 
-// Takes "error" and "output" of element 0 for `methodKey`'s namespace. On success "output" is
-// deep-copied into `output` and the agent's "error" goes to `endpointSdkError`.
+// Takes "error" and "output" of element 0 for `methodKey`'s namespace. On success "output" becomes
+// the root of `output` and the agent's "error" goes to `endpointSdkError`.
 /// 0, or 1804 for an unusable "error" or "output"; any malformed reply sets `endpointSdkError` to
 /// 3 and leaves `output` alone.
 [[nodiscard]] uint32_t ParseSdkReply(const std::string& reply, const std::wstring& methodKey,

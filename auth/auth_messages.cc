@@ -296,7 +296,12 @@ uint32_t DecodeSignedAuthMessage(SignedAuthMessage& message, const std::vector<u
   result = GetEncoding(authMessage, stream, decoded.messageBytes);
   if (result != 0) return LogFailure(log, L"Failed to get buffer. Error code: ", result);
   WriteLog(log, L"Decode auth message");
-  result = DecodeAuthMessage(authMessage, stream, decoded, log);
+  // Decoded again from the signed bytes alone, so nothing decoded can come from past them: a part
+  // that runs past them fails as if it ran past the end of the input.
+  BerStream signedStream(decoded.messageBytes);
+  BerNode signedNode;
+  result = LoadNode(signedNode, signedStream, 0);
+  if (result == 0) result = DecodeAuthMessage(signedNode, signedStream, decoded, log);
   if (result != 0) return result;
   result = DecodeSignature(root.children[1], stream, decoded.signature, log);
   if (result != 0) return result;
@@ -319,7 +324,10 @@ uint32_t DecodeSignedTimeMessage(SignedTimeMessage& message, const std::vector<u
   result = GetEncoding(root.children[0], stream, decoded.messageBytes);
   if (result != 0) return LogFailure(log, L"Could not get buffer. Error code: ", result);
   WriteLog(log, L"Decode time message");
-  result = DecodeTimeMessage(root.children[0], stream, decoded, log);
+  BerStream signedStream(decoded.messageBytes);  // as for the authorization message
+  BerNode signedNode;
+  result = LoadNode(signedNode, signedStream, 0);
+  if (result == 0) result = DecodeTimeMessage(signedNode, signedStream, decoded, log);
   if (result != 0) return LogFailure(log, L"Failed to decode time message. Error code: ", result);
   WriteLog(log, L"Decode signature");
   result = DecodeSignature(root.children[1], stream, decoded.signature, log);

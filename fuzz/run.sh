@@ -9,7 +9,8 @@ here=$(cd "$(dirname "${BASH_SOURCE[0]}")" && pwd)
 top=$(cd "$here/.." && pwd)
 seconds=${1:-60}
 build=${TARN_FUZZ_BUILD:-$top/build/fuzz}
-targets=(ber_reader auth_message time_message feature_arguments event_payload scan_log installer_xml)
+targets=(ber_reader auth_message time_message feature_arguments event_payload scan_log installer_xml
+         sdk_reply kivoro_identity agent_config product_status update_health)
 
 cmake -S "$top" -B "$build" -G Ninja -DCMAKE_C_COMPILER=clang -DCMAKE_CXX_COMPILER=clang++ \
   -DTARN_FUZZ=ON >"$build.configure.log" 2>&1 || { cat "$build.configure.log"; exit 1; }
@@ -22,9 +23,17 @@ for target in "${targets[@]}"; do
   artifacts=$build/fuzz-artifacts/$target
   log=$build/fuzz-$target.log
   mkdir -p "$work" "$artifacts"
-  if "$build/fuzz/fuzz_$target" -max_total_time="$seconds" -timeout=10 -rss_limit_mb=2048 \
-      -print_final_stats=1 -artifact_prefix="$artifacts/" "$work" "$here/corpus/$target" \
-      >"$log" 2>&1; then
+  # Inputs that once failed run whole first: the length limit of the run cuts the deep ones, and
+  # without it every input would grow to their size.
+  regressions=()
+  for seed in "$here/corpus/$target"/crash-* "$here/corpus/$target"/slow-*; do
+    [ -e "$seed" ] && regressions+=("$seed")
+  done
+  if { [ ${#regressions[@]} -eq 0 ] ||
+       "$build/fuzz/fuzz_$target" -timeout=10 "${regressions[@]}" >"$log" 2>&1; } &&
+     "$build/fuzz/fuzz_$target" -max_total_time="$seconds" -max_len=4096 -timeout=10 \
+       -rss_limit_mb=2048 -print_final_stats=1 -artifact_prefix="$artifacts/" "$work" \
+       "$here/corpus/$target" >>"$log" 2>&1; then
     verdict=ok
   else
     verdict=FAILED
