@@ -10,7 +10,7 @@ top=$(cd "$here/.." && pwd)
 seconds=${1:-60}
 build=${TARN_FUZZ_BUILD:-$top/build/fuzz}
 targets=(ber_reader auth_message time_message feature_arguments event_payload scan_log installer_xml
-         sdk_reply kivoro_identity agent_config product_status update_health)
+         sdk_reply kivoro_identity agent_config product_status update_health certificate_file)
 
 cmake -S "$top" -B "$build" -G Ninja -DCMAKE_C_COMPILER=clang -DCMAKE_CXX_COMPILER=clang++ \
   -DTARN_FUZZ=ON >"$build.configure.log" 2>&1 || { cat "$build.configure.log"; exit 1; }

@@ -40,7 +40,7 @@ else
   failed=$((failed + 1)) status=1
 fi
 # A short smoke of each fuzz target, about 3 minutes for all (fuzz/run.sh runs them longer on demand).
-echo "== fuzz smoke (${TARN_FUZZ_SECONDS:=15} s per target)"
+echo "== fuzz smoke (${TARN_FUZZ_SECONDS:=13} s per target)"
 while read -r line; do
   echo "$line"
   case $line in
