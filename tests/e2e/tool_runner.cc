@@ -89,8 +89,16 @@ std::unique_ptr<RunningTool> Sandbox::Start(const std::vector<std::wstring>& arg
   startup.hStdError = nul.get();
   PROCESS_INFORMATION process{};
   const std::wstring cwd = (workingDir.empty() ? dir_ : workingDir).wstring();
-  if (!CreateProcessW(exe().wstring().c_str(), commandLine.data(), nullptr, nullptr, TRUE, 0,
-                      nullptr, cwd.c_str(), &startup, &process)) {
+  // Wine, starting many processes at once on a loaded machine, now and then refuses one with
+  // ERROR_INTERNAL_ERROR before it exists: that start is tried again, a bounded number of times.
+  bool started = false;
+  for (int attempt = 0; attempt < 20 && !started; ++attempt) {
+    started = CreateProcessW(exe().wstring().c_str(), commandLine.data(), nullptr, nullptr, TRUE,
+                             0, nullptr, cwd.c_str(), &startup, &process);
+    if (!started && GetLastError() != ERROR_INTERNAL_ERROR) break;
+    if (!started) Sleep(100);
+  }
+  if (!started) {
     ADD_FAILURE() << "CreateProcessW failed: " << GetLastError();
     return nullptr;
   }
