@@ -14,8 +14,6 @@ using sim::Module;
 
 class InstallationLinkCommandTest : public ::testing::Test {
  protected:
-  void SetUp() override { box_.EnableLogging(); }
-
   void UseLibrary(const wchar_t* variant) {
     ASSERT_EQ(sim::CopyModuleVariant(kit_, Module::kKv, variant, box_.dir() / "kv.dll"), 0u);
   }

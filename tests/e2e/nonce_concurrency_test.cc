@@ -16,9 +16,8 @@ namespace {
 constexpr char kAuthorized[] =
     "Finished to validate authorization successfully. Operation is authorized";
 
-
 bool LogHas(const Sandbox& box, const char* message) {
-  return box.Exists("log.txt") && box.ReadFile("log.txt").find(message) != std::string::npos;
+  return box.ReadFile("log.txt").find(message) != std::string::npos;  // "" while there is none
 }
 
 class NonceConcurrencyTest : public AgentTest {
@@ -43,10 +42,7 @@ TEST_F(NonceConcurrencyTest, OneNonceAuthorizesExactlyOneOfManyRuns) {
     PlantNonce(kGrantNonce);
     std::vector<std::unique_ptr<Sandbox>> boxes;
     std::vector<std::unique_ptr<RunningTool>> gates, challenges;
-    for (int i = 0; i < kGates; ++i) {
-      boxes.push_back(std::make_unique<Sandbox>());
-      boxes.back()->EnableLogging();
-    }
+    for (int i = 0; i < kGates; ++i) boxes.push_back(std::make_unique<Sandbox>());
     for (const auto& box : boxes) gates.push_back(box->Start(guarded));
 
     // Once a gate is past its read, challenge runs replace the nonce under the others.

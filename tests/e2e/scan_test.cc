@@ -48,7 +48,6 @@ TEST_F(ScanCommandsTest, ScansAnswerWithTheAgentsValue) {
 
 TEST_F(ScanCommandsTest, AReplyFirstEndsTheWaitAndTheLaterEventIsDropped) {
   Sandbox box;
-  box.EnableLogging();
   UseScenario(Scans(
       R"("reply":{"error":0},"events":[{"name":"FileScan.OnDemand.ScanFailed","delayMs":1500}])"));
   EXPECT_EQ(box.Run({L"-startfullscan", L"60000"}), (ToolRun{0, "0"}));
@@ -60,7 +59,6 @@ TEST_F(ScanCommandsTest, AReplyFirstEndsTheWaitAndTheLaterEventIsDropped) {
 
 TEST_F(ScanCommandsTest, NoAnswerWithinTheWaitIs1460NotBeforeTheFloor) {
   Sandbox box;
-  box.EnableLogging();
   UseScenario(Scans(R"("noReply":true)"));
   const auto start = std::chrono::steady_clock::now();
   const ToolRun run = box.Run({L"-startquickscan", L"1000"});
@@ -101,7 +99,6 @@ const std::wstring kQuick = L"quick";
 
 TEST_F(ScanCommandsTest, LastSystemScanReadsTheNewestLogOfEachTask) {
   Sandbox box;
-  box.EnableLogging();
   EXPECT_EQ(box.Run({L"-getlastsystemscan"}).out, "");  // no logs: an empty answer and 0
 
   const auto write = [](const std::wstring& task, const wchar_t* file, const char* start,
@@ -144,7 +141,6 @@ TEST_F(ScanCommandsTest, AMalformedNewestLogFailsWithoutFallingBack) {
   };
   for (const auto& c : cases) {
     Sandbox box;
-    box.EnableLogging();
     ASSERT_EQ(sim::WriteScanLog(sim::ScanTaskId(kFull), L"new.xml", c.content, 1700001000), 0u);
     EXPECT_EQ(box.Run({L"-getlastsystemscan"}), (ToolRun{13, ""})) << c.line;
     EXPECT_EQ(box.LogMessages().back(), c.line);
