@@ -19,6 +19,12 @@ constexpr char kRemoved[] =
     "id=veltrano-av-12|productName=|status=removed||"
     "id=quorix-is-2024|productName=Quorix Internet Security|status=notFound";
 
+// A scenario in which `method` replies and sends `events` ("events" members, as JSON text).
+std::string Events(const char* method, const std::string& events) {
+  return std::string(R"({"methods":{"Product.CompetitorRemoval.)") + method +
+         R"(":{"reply":{"error":0},"events":)" + events + "}}}";
+}
+
 class CompetitorTest : public AgentTest {
  protected:
   // Runs the command with `grant`'s authorization options after its own arguments.
@@ -30,12 +36,6 @@ class CompetitorTest : public AgentTest {
   }
   const Grant& GrantFor(const std::wstring& command) {
     return command == L"-competitorsassessment" ? kAssessmentGrant : kRemovalGrant;
-  }
-
-  // The events of `method` in the scenario: "events" members, as JSON text.
-  void UseEvents(const char* method, const std::string& events) {
-    UseScenario(std::string(R"({"methods":{"Product.CompetitorRemoval.)") + method +
-                R"(":{"reply":{"error":0},"events":)" + events + "}}}");
   }
 };
 
@@ -58,49 +58,40 @@ TEST_F(CompetitorTest, TheThreeCommandsAnswerWithTheirLists) {
 }
 
 // Each kind of malformed report is the unit test's (agent/event_payloads_test.cc); here one
-// report of each command's kind ends the command with 3.
-TEST_F(CompetitorTest, AMalformedReportIs3) {
+// report of each command's kind ends the command with 3. An SDK refusal ends it without waiting
+// for the event.
+TEST_F(CompetitorTest, RefusalsAndMalformedReportsEndTheCommandWithTheirCode) {
+  const std::string listFailed = "Failed to get competitors list. Error code: 3";
   const struct {
     const char* what;
-    const char* method;
-    std::wstring command;
-    std::string events;
-  } cases[] = {
-      {"not JSON", "StartAssessment", L"-competitorsassessment",
-       R"([{"name":"Product.CompetitorRemoval.AssessmentEnded","rawPayload":"{\"products\":"}])"},
-      {"removal status missing", "StartRemoval", L"-removecompetitors",
-       R"([{"name":"Product.CompetitorRemoval.RemovalEnded","payload":{)"
-       R"("runContext":"$request.input.runContext","products":[{"id":"a"}]}}])"},
-  };
-  for (const auto& c : cases) {
-    UseEvents(c.method, c.events);
-    Sandbox box;
-    std::vector<std::wstring> args = {c.command};
-    if (c.command == L"-removecompetitors") args.push_back(L"a");
-    EXPECT_EQ(Guarded(box, args, GrantFor(c.command)), (ToolRun{3, ""})) << c.what;
-    EXPECT_TRUE(box.Logged("Failed to get competitors list. Error code: 3")) << c.what;
-  }
-}
-
-TEST_F(CompetitorTest, AnSdkRefusalEndsWithoutWaitingForTheEvent) {
-  const struct {
-    const char* what;
+    const wchar_t* command;
     std::string scenario;
     uint32_t exitCode;
-    const char* line;
+    std::string line;
   } cases[] = {
-      {"the agent's error",
+      {"not JSON", L"-competitorsassessment",
+       Events("StartAssessment", R"([{"name":"Product.CompetitorRemoval.AssessmentEnded",)"
+                                 R"("rawPayload":"{\"products\":"}])"),
+       3, listFailed},
+      {"removal status missing", L"-removecompetitors",
+       Events("StartRemoval",
+              R"([{"name":"Product.CompetitorRemoval.RemovalEnded","payload":{)"
+              R"("runContext":"$request.input.runContext","products":[{"id":"a"}]}}])"),
+       3, listFailed},
+      {"the agent's error", L"-competitorsassessment",
        R"({"methods":{"Product.CompetitorRemoval.StartAssessment":{"reply":{"error":5}}}})", 5,
        "Failed to execute Product.CompetitorRemoval.StartAssessment. EndpointSdkError error "
        "code:5"},
-      {"request refused", R"({"run":87})", 50,
+      {"request refused", L"-competitorsassessment", R"({"run":87})", 50,
        "Failed to execute Product.CompetitorRemoval.StartAssessment. Error code:50"},
   };
   for (const auto& c : cases) {
     UseScenario(c.scenario);
     Sandbox box;
+    std::vector<std::wstring> args = {c.command};
+    if (args[0] == L"-removecompetitors") args.push_back(L"a");
     const auto start = std::chrono::steady_clock::now();
-    const ToolRun run = Guarded(box, {L"-competitorsassessment"}, kAssessmentGrant);
+    const ToolRun run = Guarded(box, args, GrantFor(c.command));
     EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(20)) << c.what;
     EXPECT_EQ(run, (ToolRun{c.exitCode, ""})) << c.what;
     EXPECT_TRUE(box.Logged(c.line)) << c.what;

@@ -23,7 +23,8 @@ std::string Scans(const std::string& entry) {
   return R"({"methods":{"FileScan.OnDemand.RunScanTask":{)" + entry + "}}}";
 }
 
-TEST_F(ScanCommandsTest, ScansAnswerWithTheAgentsValue) {
+TEST_F(ScanCommandsTest, UpdateAndScansAnswerWithTheAgentsValue) {
+  const std::string update = R"({"methods":{"Update.StartUpdate":)";
   const std::string event = "Product has an event. Scan error: ";
   const std::string call = "Could not execute method. Error code: ";
   const std::string failed =
@@ -34,6 +35,16 @@ TEST_F(ScanCommandsTest, ScansAnswerWithTheAgentsValue) {
             R"({"name":"FileScan.OnDemand.ScanProgress"},)"
             R"({"name":"FileScan.OnDemand.ScanFailed","delayMs":300}])");
   Expect({
+      {"", {L"-startupdate"}, {0, "0"}, "Finished to start update with error code: 0"},
+      {update + R"({"reply":{"error":5}}}})",
+       {L"-startupdate"},
+       {0, "5"},
+       "Finished to Start update with error code: 0"},
+      {R"({"run":87})", {L"-startupdate"}, {50, ""}, "Failed to execute method. Error code: 50"},
+      {update + R"({"rawReply":"[]"}}})",
+       {L"-startupdate"},
+       {0, "3"},
+       "Invalid JSON. Response has parse errors or is not an object"},
       {"", {L"-startfullscan"}, {0, "0"}, call + "0"},
       {"", {L"-STARTQUICKSCAN", L"1000"}, {0, "0"}, event + "0"},
       {failed, {L"-startfullscan", L"5000"}, {0, "5023"}, event + "5023"},
@@ -43,7 +54,17 @@ TEST_F(ScanCommandsTest, ScansAnswerWithTheAgentsValue) {
        {0, "7"},
        "Finished starting quick scan with error code: 7"},
       {R"({"run":87})", {L"-startfullscan", L"60000"}, {50, ""}, call + "50"},
+      {"", {L"-startfullscan", L"12a"}, {160, ""}, "Bad arguments"},
+      {"", {L"-startfullscan", L"-1"}, {160, ""}, "Bad arguments"},
+      {"", {L"-startquickscan", L"+5000"}, {160, ""}, "Bad arguments"},
+      {"", {L"-startquickscan", L"5000", L"5000"}, {160, ""}, "Bad arguments."},
+      {"", {L"-startupdate", L"now"}, {160, ""}, "Bad arguments"},
+      {"", {L"-getlastsystemscan", L"x"}, {160, ""}, "Bad arguments"},
   });
+  const auto requests = Journal("request");
+  ASSERT_FALSE(requests.empty());
+  EXPECT_STREQ(requests[0]["request"].GetString(),
+               R"({"type":"oxsdk","data":{"Update":[{"@name":"StartUpdate","input":{}}]}})");
 }
 
 TEST_F(ScanCommandsTest, AReplyFirstEndsTheWaitAndTheLaterEventIsDropped) {
@@ -66,32 +87,6 @@ TEST_F(ScanCommandsTest, NoAnswerWithinTheWaitIs1460NotBeforeTheFloor) {
   EXPECT_EQ(run, (ToolRun{1460, ""}));
   EXPECT_GE(waited, std::chrono::milliseconds(5000));  // 1000 ms is raised to the 5000 ms floor
   EXPECT_TRUE(box.Logged("Could not execute method. Error code: 1460"));
-}
-
-TEST_F(ScanCommandsTest, UpdateStartAndBadArguments) {
-  const std::string update = R"({"methods":{"Update.StartUpdate":)";
-  Expect({
-      {"", {L"-startupdate"}, {0, "0"}, "Finished to start update with error code: 0"},
-      {update + R"({"reply":{"error":5}}}})",
-       {L"-startupdate"},
-       {0, "5"},
-       "Finished to Start update with error code: 0"},
-      {R"({"run":87})", {L"-startupdate"}, {50, ""}, "Failed to execute method. Error code: 50"},
-      {update + R"({"rawReply":"[]"}}})",
-       {L"-startupdate"},
-       {0, "3"},
-       "Invalid JSON. Response has parse errors or is not an object"},
-      {"", {L"-startfullscan", L"12a"}, {160, ""}, "Bad arguments"},
-      {"", {L"-startfullscan", L"-1"}, {160, ""}, "Bad arguments"},
-      {"", {L"-startquickscan", L"+5000"}, {160, ""}, "Bad arguments"},
-      {"", {L"-startquickscan", L"5000", L"5000"}, {160, ""}, "Bad arguments."},
-      {"", {L"-startupdate", L"now"}, {160, ""}, "Bad arguments"},
-      {"", {L"-getlastsystemscan", L"x"}, {160, ""}, "Bad arguments"},
-  });
-  const auto requests = Journal("request");
-  ASSERT_FALSE(requests.empty());
-  EXPECT_STREQ(requests[0]["request"].GetString(),
-               R"({"type":"oxsdk","data":{"Update":[{"@name":"StartUpdate","input":{}}]}})");
 }
 
 const std::wstring kFull = L"full";
