@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 #include <windows.h>
 
+#include <algorithm>
 #include <chrono>
 #include <thread>
 
@@ -47,13 +48,9 @@ TEST_F(NonceConcurrencyTest, OneNonceAuthorizesExactlyOneOfManyRuns) {
 
     // Once a gate is past its read, challenge runs replace the nonce under the others.
     const auto limit = std::chrono::steady_clock::now() + std::chrono::seconds(60);
-    auto someGateValidates = [&] {
-      for (const auto& box : boxes) {
-        if (LogHas(*box, "Validate challenge")) return true;
-      }
-      return false;
-    };
-    while (!someGateValidates() && std::chrono::steady_clock::now() < limit) {
+    const auto validates = [](const auto& box) { return LogHas(*box, "Validate challenge"); };
+    while (std::none_of(boxes.begin(), boxes.end(), validates) &&
+           std::chrono::steady_clock::now() < limit) {
       std::this_thread::sleep_for(std::chrono::milliseconds(1));
     }
     Sandbox challengeBox;
