@@ -40,10 +40,6 @@ class IdentityTest : public AgentTest {
     AgentTest::TearDown();
   }
 
-  void UseKivoroReply(const std::string& entry) {
-    UseScenario(R"({"methods":{"ar.Product.Configuration.GetKivoroIdentity":)" + entry + "}}");
-  }
-
   static std::wstring CurrentPath() {
     return sim::ConfigFilePath(ConfigLayout::kCurrent).wstring();
   }
@@ -95,7 +91,8 @@ TEST_F(IdentityTest, AgentFirstThenTheFile) {
                                   {"HW-file", "CO-file", "G-file"}),
             0u);
   for (const auto& c : cases) {
-    UseKivoroReply(c.kivoroEntry);
+    UseScenario(R"({"methods":{"ar.Product.Configuration.GetKivoroIdentity":)" + c.kivoroEntry +
+                "}}");
     ASSERT_EQ(sim::ClearJournal(), 0u);
     std::string hardwareId = "stale", groupId = "stale", companyId = "stale";
     const auto log = LogOf([&](Logger* log) {
