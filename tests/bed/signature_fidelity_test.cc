@@ -35,7 +35,6 @@ struct CounterSigner {
 
 struct TrustAnswer {
   LONG result = 0;
-  bool hasSigner = false;
   std::vector<CounterSigner> counterSigners;
   std::wstring leafCommonName;  // up to the first null
   LONG closeResult = 0;
@@ -67,7 +66,6 @@ TrustAnswer Verify(const std::wstring& path) {
   answer.result = WinVerifyTrust(nullptr, &action, &data);
   if (CRYPT_PROVIDER_DATA* provider = WTHelperProvDataFromStateData(data.hWVTStateData)) {
     if (CRYPT_PROVIDER_SGNR* signer = WTHelperGetProvSignerFromChain(provider, 0, FALSE, 0)) {
-      answer.hasSigner = true;
       for (DWORD i = 0; i < signer->csCounterSigners; ++i) {
         CRYPT_PROVIDER_SGNR* counter = WTHelperGetProvSignerFromChain(provider, 0, TRUE, i);
         if (counter) answer.counterSigners.push_back({counter->dwSignerType, counter->dwError});
@@ -116,7 +114,6 @@ TEST(SignedVariantTest, EachModuleOfEachVariantAnswersAsWindows) {
       EXPECT_EQ(static_cast<DWORD>(answer.result), static_cast<DWORD>(c.result));
       EXPECT_EQ(answer.closeResult, 0);
       if (c.timeStamp != TimeStamp::kUnchecked) {
-        EXPECT_TRUE(answer.hasSigner);
         const DWORD expectedError =
             c.timeStamp == TimeStamp::kBroken ? static_cast<DWORD>(TRUST_E_TIME_STAMP) : 0;
         EXPECT_EQ(answer.counterSigners.size(), c.timeStamp == TimeStamp::kNone ? 0u : 1u);

@@ -10,18 +10,14 @@ namespace {
 
 using AgentStatusTest = AgentTest;
 
-// "Update.GetUpdateSettings" with days "mo" and "th" allows four days for "Antivirus".
-std::string ScheduleScenario(const char* updateAge, const char* days) {
-  return std::string(
-             R"({"methods":{"Product.GetStatus":{"reply":{"output":{"Locations":{"Antivirus":{)"
-             R"("updateAvailable":{"status":"n/a"},)"
-             R"("update":{"error":0,"lastSucceededTime":"$now-)") +
-         updateAge +
-         R"("},"check":{"error":0,"lastSucceededTime":"$now-1h"}}}}}},)"
-         R"("Update.GetUpdateSettings":{"reply":{"output":{"settings":{"signatureSchedulerSettings":)"
-         R"({"enabled":true,"weekDays":{"days":)" +
-         days + "}}}}}}}}";
-}
+// "Update.GetUpdateSettings" with days "mo" and "th" allows four days for "Antivirus": an update
+// 95 hours old, more than the two days without a schedule, is still up to date.
+const std::string kSchedule =
+    R"({"methods":{"Product.GetStatus":{"reply":{"output":{"Locations":{"Antivirus":{)"
+    R"("updateAvailable":{"status":"n/a"},"update":{"error":0,"lastSucceededTime":"$now-95h"},)"
+    R"("check":{"error":0,"lastSucceededTime":"$now-1h"}}}}}},)"
+    R"("Update.GetUpdateSettings":{"reply":{"output":{"settings":{"signatureSchedulerSettings":)"
+    R"({"enabled":true,"weekDays":{"days":["mo","th"]}}}}}}}})";
 
 // One answer per command path. The rules behind the answers, and their edges, are the unit tests'
 // (ops/product_status_test.cc, ops/update_health_test.cc); here the data comes from the agent.
@@ -36,9 +32,6 @@ TEST_F(AgentStatusTest, EachCommandAnswersFromTheAgentsReply) {
       R"({"Locations":{"Product":{"update":{"error":5,"time":100},"check":{"error":0,"time":200}},)"
       R"("Antivirus":{"update":{"error":0,"time":300},"check":{"error":7,"time":1}},)"
       R"("Firewall":{"update":{"error":3,"time":50,"lastSucceededTime":40}}}})");
-  // More than two days is still up to date under this schedule; a day word in capitals is 3.
-  const std::string schedule = ScheduleScenario("95h", R"(["mo","th"])");
-  const std::string badDay = ScheduleScenario("1h", R"(["Mo"])");
   Expect({
       {alerts, {L"-HasCriticalIssues"}, {0, "A"}},
       {StatusScenario(R"({"Locations":{"Product":{},"Antivirus":{}}})"),
@@ -53,21 +46,16 @@ TEST_F(AgentStatusTest, EachCommandAnswersFromTheAgentsReply) {
       {asymmetric, {L"-getupdatestatus", L"firewall"}, {160, ""}},  // no such location
       {asymmetric, {L"-getupdatestatus"}, {160, ""}},
       {StatusScenario("{}"), {L"-isuptodate"}, {3, ""}},  // no locations
-      {schedule, {L"-isuptodate"}, {0, "1"}},
-      {badDay, {L"-isuptodate"}, {3, ""}},
+      {kSchedule, {L"-isuptodate"}, {0, "1"}},
+      {StatusScenario(R"({"PendingRestart":false})"), {L"-checkifrebootrequired"}, {0, "0"}},
+      {StatusScenario(R"({"PendingRestart":true})"), {L"-checkifrebootrequired"}, {0, "1"}},
+      // This command prints on every path.
+      {StatusScenario(R"({"PendingRestart":"yes"})"), {L"-checkifrebootrequired", L"x"}, {13, "0"}},
   });
 }
 
-TEST_F(AgentStatusTest, RebootRequiredFromMarkerKeyOrAgent) {
+TEST_F(AgentStatusTest, RebootRequiredFromTheMarkerKeyWithoutAskingTheAgent) {
   Sandbox box;
-  UseStatusOutput(R"({"PendingRestart":false})");
-  EXPECT_EQ(box.Run({L"-checkifrebootrequired"}), (ToolRun{0, "0"}));
-  UseStatusOutput(R"({"PendingRestart":true})");
-  EXPECT_EQ(box.Run({L"-checkifrebootrequired"}), (ToolRun{0, "1"}));
-  UseStatusOutput(R"({"PendingRestart":"yes"})");
-  // This command prints on every path.
-  EXPECT_EQ(box.Run({L"-checkifrebootrequired", L"any"}), (ToolRun{13, "0"}));
-
   for (auto view : {sim::RegistryView::k64Bit, sim::RegistryView::k32Bit}) {
     ASSERT_EQ(sim::SetRebootMarker(view), 0u);
     ASSERT_EQ(sim::ClearJournal(), 0u);
@@ -79,7 +67,6 @@ TEST_F(AgentStatusTest, RebootRequiredFromMarkerKeyOrAgent) {
 
 TEST_F(AgentStatusTest, RequestIsTheTemplateByteForByteAndTheLogNamesTheOutcome) {
   Sandbox box;
-  box.EnableLogging();
   ASSERT_EQ(box.Run({L"-getproductversion"}).out, "7.9.12.345");
   const auto requests = Journal("request");
   ASSERT_EQ(requests.size(), 1u);
@@ -98,7 +85,9 @@ TEST_F(AgentStatusTest, RequestIsTheTemplateByteForByteAndTheLogNamesTheOutcome)
 
 using AgentFailureTest = AgentTest;
 
-TEST_F(AgentFailureTest, LibrarySignatureFailuresAreTheCommandsExitCode) {
+// The exchange's own failures are the unit tests' (agent/sdk_exchange_test.cc); here the library's
+// signature outcomes and its answers through each of the wrapper's three codes.
+TEST_F(AgentFailureTest, LibraryAndSessionFailuresAreTheCommandsExitCode) {
   const std::string trust = "Failed to verify trust. Error code: ";
   Expect({
       {"", {L"-getproductversion"}, {0x800B0100, ""}, trust + "-2146762496", L"unsigned"},
@@ -117,13 +106,6 @@ TEST_F(AgentFailureTest, LibrarySignatureFailuresAreTheCommandsExitCode) {
        {9, ""},
        "Binary is valid",
        L"legacy-timestamp"},
-  });
-}
-
-// The exchange's own failures are the unit tests' (agent/sdk_exchange_test.cc); here the library's
-// answers through each of the wrapper's three codes.
-TEST_F(AgentFailureTest, SessionFailuresAreTheCommandsExitCode) {
-  Expect({
       {R"({"getInstance":-7})",
        {L"-getproductversion"},
        {4294967289u, ""},

@@ -14,8 +14,6 @@ using sim::Module;
 
 class InstallationLinkCommandTest : public ::testing::Test {
  protected:
-  void SetUp() override { box_.EnableLogging(); }
-
   void UseLibrary(const wchar_t* variant) {
     ASSERT_EQ(sim::CopyModuleVariant(kit_, Module::kKv, variant, box_.dir() / "kv.dll"), 0u);
   }
@@ -24,7 +22,6 @@ class InstallationLinkCommandTest : public ::testing::Test {
     EXPECT_EQ(sim::ReadCallRecord(Module::kKv, box_.dir(), &calls), 0u);
     return calls;
   }
-  bool Logged(const std::string& message) { return box_.Logged(message); }
   void ClearLog() { box_.WriteFile("log.txt", ""); }
 
   static ToolRun Run(const Sandbox& box) {
@@ -52,7 +49,7 @@ TEST_F(InstallationLinkCommandTest, ArgumentsReachTheLibraryUnchangedAndItsLinks
   ASSERT_EQ(calls.size(), 1u);
   EXPECT_NE(calls[0].find(R"("legacy":0,"output":"")"), std::string::npos)
       << calls[0];  // Windows 7
-  EXPECT_TRUE(Logged("kv.dll file path: " + box_.dir().string() + "\\kv.dll"));
+  EXPECT_TRUE(box_.Logged("kv.dll file path: " + box_.dir().string() + "\\kv.dll"));
 }
 
 TEST_F(InstallationLinkCommandTest, TheLibrarysResultIsReturnedAndOnlySuccessPrints) {
@@ -71,7 +68,7 @@ TEST_F(InstallationLinkCommandTest, TheLibrarysResultIsReturnedAndOnlySuccessPri
     ASSERT_EQ(sim::WriteFileBytes(sim::BehaviorFile(Module::kKv, box_.dir()), c.behavior), 0u);
     ClearLog();
     EXPECT_EQ(Run(box_), (ToolRun{c.exitCode, c.out})) << c.behavior;
-    EXPECT_TRUE(Logged("Method finished with exit code: " + std::to_string(c.exitCode)));
+    EXPECT_TRUE(box_.Logged("Method finished with exit code: " + std::to_string(c.exitCode)));
   }
 }
 
@@ -91,9 +88,9 @@ TEST_F(InstallationLinkCommandTest, UnverifiedOrHeldOpenLibrariesAreNeverLoaded)
                                                            OPEN_EXISTING, 0, nullptr)
                                              : INVALID_HANDLE_VALUE);
     EXPECT_EQ(Run(box_), (ToolRun{c.exitCode, ""})) << c.variant;
-    EXPECT_TRUE(Logged("Failed to validate kv.dll. Error code: " + std::to_string(c.exitCode)))
+    EXPECT_TRUE(box_.Logged("Failed to validate kv.dll. Error code: " + std::to_string(c.exitCode)))
         << c.variant;
-    EXPECT_FALSE(Logged("Set the \"GetInstallationLinks\" handle")) << c.variant;
+    EXPECT_FALSE(box_.Logged("Set the \"GetInstallationLinks\" handle")) << c.variant;
   }
   EXPECT_TRUE(Calls().empty());
 }
@@ -109,7 +106,7 @@ TEST_F(InstallationLinkCommandTest, MissingLibraryOrExport) {
       0u);
   ClearLog();
   EXPECT_EQ(Run(box_), (ToolRun{ERROR_PROC_NOT_FOUND, ""}));
-  EXPECT_TRUE(Logged("Handle not found: Failed with error127"));
+  EXPECT_TRUE(box_.Logged("Handle not found: Failed with error127"));
 }
 
 // Each kind of bad option is the unit test's (ops/installation_links_test.cc); here a wrong count

@@ -23,7 +23,8 @@ std::string Scans(const std::string& entry) {
   return R"({"methods":{"FileScan.OnDemand.RunScanTask":{)" + entry + "}}}";
 }
 
-TEST_F(ScanCommandsTest, ScansAnswerWithTheAgentsValue) {
+TEST_F(ScanCommandsTest, UpdateAndScansAnswerWithTheAgentsValue) {
+  const std::string update = R"({"methods":{"Update.StartUpdate":)";
   const std::string event = "Product has an event. Scan error: ";
   const std::string call = "Could not execute method. Error code: ";
   const std::string failed =
@@ -33,45 +34,6 @@ TEST_F(ScanCommandsTest, ScansAnswerWithTheAgentsValue) {
       Scans(R"("noReply":true,"events":[{"name":"filescan.ondemand.scanfailed"},)"
             R"({"name":"FileScan.OnDemand.ScanProgress"},)"
             R"({"name":"FileScan.OnDemand.ScanFailed","delayMs":300}])");
-  Expect({
-      {"", {L"-startfullscan"}, {0, "0"}, call + "0"},
-      {"", {L"-STARTQUICKSCAN", L"1000"}, {0, "0"}, event + "0"},
-      {failed, {L"-startfullscan", L"5000"}, {0, "5023"}, event + "5023"},
-      {skipped, {L"-startquickscan", L"5000"}, {0, "5023"}, event + "5023"},
-      {Scans(R"("reply":{"error":7})"),
-       {L"-startquickscan"},
-       {0, "7"},
-       "Finished starting quick scan with error code: 7"},
-      {R"({"run":87})", {L"-startfullscan", L"60000"}, {50, ""}, call + "50"},
-  });
-}
-
-TEST_F(ScanCommandsTest, AReplyFirstEndsTheWaitAndTheLaterEventIsDropped) {
-  Sandbox box;
-  box.EnableLogging();
-  UseScenario(Scans(
-      R"("reply":{"error":0},"events":[{"name":"FileScan.OnDemand.ScanFailed","delayMs":1500}])"));
-  EXPECT_EQ(box.Run({L"-startfullscan", L"60000"}), (ToolRun{0, "0"}));
-  EXPECT_FALSE(box.Logged("Product has an event. Scan error: 5023"));
-  const auto events = Journal("event");
-  ASSERT_EQ(events.size(), 1u);
-  EXPECT_FALSE(events[0]["delivered"].GetBool());  // the tool had gone
-}
-
-TEST_F(ScanCommandsTest, NoAnswerWithinTheWaitIs1460NotBeforeTheFloor) {
-  Sandbox box;
-  box.EnableLogging();
-  UseScenario(Scans(R"("noReply":true)"));
-  const auto start = std::chrono::steady_clock::now();
-  const ToolRun run = box.Run({L"-startquickscan", L"1000"});
-  const auto waited = std::chrono::steady_clock::now() - start;
-  EXPECT_EQ(run, (ToolRun{1460, ""}));
-  EXPECT_GE(waited, std::chrono::milliseconds(5000));  // 1000 ms is raised to the 5000 ms floor
-  EXPECT_TRUE(box.Logged("Could not execute method. Error code: 1460"));
-}
-
-TEST_F(ScanCommandsTest, UpdateStartAndBadArguments) {
-  const std::string update = R"({"methods":{"Update.StartUpdate":)";
   Expect({
       {"", {L"-startupdate"}, {0, "0"}, "Finished to start update with error code: 0"},
       {update + R"({"reply":{"error":5}}}})",
@@ -83,6 +45,15 @@ TEST_F(ScanCommandsTest, UpdateStartAndBadArguments) {
        {L"-startupdate"},
        {0, "3"},
        "Invalid JSON. Response has parse errors or is not an object"},
+      {"", {L"-startfullscan"}, {0, "0"}, call + "0"},
+      {"", {L"-STARTQUICKSCAN", L"1000"}, {0, "0"}, event + "0"},
+      {failed, {L"-startfullscan", L"5000"}, {0, "5023"}, event + "5023"},
+      {skipped, {L"-startquickscan", L"5000"}, {0, "5023"}, event + "5023"},
+      {Scans(R"("reply":{"error":7})"),
+       {L"-startquickscan"},
+       {0, "7"},
+       "Finished starting quick scan with error code: 7"},
+      {R"({"run":87})", {L"-startfullscan", L"60000"}, {50, ""}, call + "50"},
       {"", {L"-startfullscan", L"12a"}, {160, ""}, "Bad arguments"},
       {"", {L"-startfullscan", L"-1"}, {160, ""}, "Bad arguments"},
       {"", {L"-startquickscan", L"+5000"}, {160, ""}, "Bad arguments"},
@@ -96,13 +67,34 @@ TEST_F(ScanCommandsTest, UpdateStartAndBadArguments) {
                R"({"type":"oxsdk","data":{"Update":[{"@name":"StartUpdate","input":{}}]}})");
 }
 
+TEST_F(ScanCommandsTest, AReplyFirstEndsTheWaitAndTheLaterEventIsDropped) {
+  Sandbox box;
+  UseScenario(Scans(
+      R"("reply":{"error":0},"events":[{"name":"FileScan.OnDemand.ScanFailed","delayMs":1500}])"));
+  EXPECT_EQ(box.Run({L"-startfullscan", L"60000"}), (ToolRun{0, "0"}));
+  EXPECT_FALSE(box.Logged("Product has an event. Scan error: 5023"));
+  const auto events = Journal("event");
+  ASSERT_EQ(events.size(), 1u);
+  EXPECT_FALSE(events[0]["delivered"].GetBool());  // the tool had gone
+}
+
+TEST_F(ScanCommandsTest, NoAnswerWithinTheWaitIs1460NotBeforeTheFloor) {
+  Sandbox box;
+  UseScenario(Scans(R"("noReply":true)"));
+  const auto start = std::chrono::steady_clock::now();
+  const ToolRun run = box.Run({L"-startquickscan", L"1000"});
+  const auto waited = std::chrono::steady_clock::now() - start;
+  EXPECT_EQ(run, (ToolRun{1460, ""}));
+  EXPECT_GE(waited, std::chrono::milliseconds(5000));  // 1000 ms is raised to the 5000 ms floor
+  EXPECT_TRUE(box.Logged("Could not execute method. Error code: 1460"));
+}
+
 const std::wstring kFull = L"full";
 const std::wstring kQuick = L"quick";
 
 TEST_F(ScanCommandsTest, LastSystemScanReadsTheNewestLogOfEachTask) {
   Sandbox box;
-  box.EnableLogging();
-  EXPECT_EQ(box.Run({L"-getlastsystemscan"}).out, "");  // no logs: an empty answer and 0
+  EXPECT_EQ(box.Run({L"-getlastsystemscan"}), (ToolRun{0, ""}));  // no logs
 
   const auto write = [](const std::wstring& task, const wchar_t* file, const char* start,
                         int64_t lastWrite) {
@@ -110,10 +102,10 @@ TEST_F(ScanCommandsTest, LastSystemScanReadsTheNewestLogOfEachTask) {
                                 lastWrite),
               0u);
   };
-  write(kFull, L"a-newest.xml", "1700000000", 1700003000);
-  write(kFull, L"z-by-name.xml", "1600000000", 1700002000);
-  write(kFull, L".hidden.xml", "1500000000", 1700009000);
-  write(kFull, L"later.txt", "1400000000", 1700009000);
+  // Which files are skipped, and ties, are the unit test's; the newer is listed last here, so a
+  // listing that lost the file system's time stamps would take the older.
+  write(kFull, L"a-older.xml", "1600000000", 1700002000);
+  write(kFull, L"b-newer.xml", "1700000000", 1700003000);
   write(kQuick, L"q.xml", "1650000000", 1650001000);
   EXPECT_EQ(box.Run({L"-getlastsystemscan"}), (ToolRun{0, "1700000065|1650000065"}));
   const std::string folder = "Find log: C:\\Program Files\\Arvantis\\TARN\\Logs\\system\\";
@@ -144,7 +136,6 @@ TEST_F(ScanCommandsTest, AMalformedNewestLogFailsWithoutFallingBack) {
   };
   for (const auto& c : cases) {
     Sandbox box;
-    box.EnableLogging();
     ASSERT_EQ(sim::WriteScanLog(sim::ScanTaskId(kFull), L"new.xml", c.content, 1700001000), 0u);
     EXPECT_EQ(box.Run({L"-getlastsystemscan"}), (ToolRun{13, ""})) << c.line;
     EXPECT_EQ(box.LogMessages().back(), c.line);

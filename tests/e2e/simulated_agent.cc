@@ -61,7 +61,6 @@ void AgentTest::Expect(const std::vector<AgentCase>& cases) {
   for (const auto& c : cases) {
     const std::wstring name = c.args.empty() ? L"" : c.args[0];
     Sandbox box;
-    box.EnableLogging();
     if (c.variant != nullptr || libraryReplaced_) {
       UseLibraryVariant(c.variant ? c.variant : L"timestamped");
     }

@@ -39,7 +39,6 @@ class AgentTest : public ::testing::Test {
 
   // Installs a scenario given as JSON text, or a stock one by name ("" is the healthy one).
   void UseScenario(const std::string& scenario);
-  void UseStatusOutput(const std::string& output) { UseScenario(StatusScenario(output)); }
   void Expect(const std::vector<AgentCase>& cases);
   // Puts a signed variant of oxsdk.dll in place ("timestamped", "unsigned", ...).
   void UseLibraryVariant(const wchar_t* variant);

@@ -42,7 +42,7 @@ std::filesystem::path BuildDirectory() {
   return std::filesystem::path(path).parent_path();
 }
 
-Sandbox::Sandbox() {
+Sandbox::Sandbox(Logging logging) {
   static std::atomic<int> counter{0};
   wchar_t temp[MAX_PATH];
   GetTempPathW(MAX_PATH, temp);
@@ -51,6 +51,7 @@ Sandbox::Sandbox() {
   std::filesystem::remove_all(dir_);
   std::filesystem::create_directories(dir_);
   std::filesystem::copy_file(BuildDirectory() / "tarn-rmm.exe", exe());
+  if (logging == Logging::kOn) WriteFile("configfile.txt", "Logging=true\r\n");
 }
 
 Sandbox::~Sandbox() {
@@ -93,8 +94,8 @@ std::unique_ptr<RunningTool> Sandbox::Start(const std::vector<std::wstring>& arg
   // ERROR_INTERNAL_ERROR before it exists: that start is tried again, a bounded number of times.
   bool started = false;
   for (int attempt = 0; attempt < 20 && !started; ++attempt) {
-    started = CreateProcessW(exe().wstring().c_str(), commandLine.data(), nullptr, nullptr, TRUE,
-                             0, nullptr, cwd.c_str(), &startup, &process);
+    started = CreateProcessW(exe().wstring().c_str(), commandLine.data(), nullptr, nullptr, TRUE, 0,
+                             nullptr, cwd.c_str(), &startup, &process);
     if (!started && GetLastError() != ERROR_INTERNAL_ERROR) break;
     if (!started) Sleep(100);
   }
@@ -106,7 +107,6 @@ std::unique_ptr<RunningTool> Sandbox::Start(const std::vector<std::wstring>& arg
   std::unique_ptr<RunningTool> tool(new RunningTool);
   tool->process_ = process.hProcess;
   tool->output_ = readEnd.release();
-  tool->processId_ = process.dwProcessId;
   return tool;  // the child holds the only write end now: EOF comes when it ends
 }
 
@@ -116,10 +116,6 @@ RunningTool::~RunningTool() {
     CloseHandle(process_);
   }
   if (output_ != nullptr) CloseHandle(output_);
-}
-
-bool RunningTool::StillRunningAfter(uint32_t waitMs) const {
-  return WaitForSingleObject(process_, waitMs) == WAIT_TIMEOUT;
 }
 
 ToolRun RunningTool::Wait() {

@@ -27,9 +27,6 @@ class RunningTool {
   RunningTool(const RunningTool&) = delete;
   RunningTool& operator=(const RunningTool&) = delete;
 
-  uint32_t processId() const { return processId_; }
-  // True when the tool is still running after `waitMs`.
-  bool StillRunningAfter(uint32_t waitMs) const;
   // Reads its standard output to the end and its exit code (bounded wait).
   ToolRun Wait();
 
@@ -38,13 +35,14 @@ class RunningTool {
   RunningTool() = default;
   void* process_ = nullptr;  // HANDLEs, kept out of this header
   void* output_ = nullptr;
-  uint32_t processId_ = 0;
 };
 
-// A fresh folder holding a copy of the tool; removed again at the end of the test.
+// A fresh folder holding a copy of the tool and, unless told otherwise, a configuration file
+// that switches logging on; removed again at the end of the test.
 class Sandbox {
  public:
-  Sandbox();
+  enum class Logging { kOn, kOff };
+  explicit Sandbox(Logging logging = Logging::kOn);
   ~Sandbox();
   Sandbox(const Sandbox&) = delete;
   Sandbox& operator=(const Sandbox&) = delete;
@@ -68,9 +66,6 @@ class Sandbox {
   std::vector<std::string> LogMessages() const;
   // Whether the log holds `message` as one whole message.
   bool Logged(const std::string& message) const;
-
-  // A configuration file that switches logging on.
-  void EnableLogging() const { WriteFile("configfile.txt", "Logging=true\r\n"); }
 
  private:
   std::filesystem::path dir_;
