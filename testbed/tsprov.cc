@@ -2,10 +2,11 @@
 // Authenticode files (WINTRUST_ACTION_GENERIC_VERIFY_V2). For test prefixes only; it changes
 // what WinVerifyTrust answers, so it never goes near a real machine.
 //
-// Wine differs from Windows in two ways that a signature check sees, both fixed here:
+// Wine differs from Windows in three ways that a signature check sees, all fixed here:
 //  - it never reports time-stamp counter-signers (CRYPT_PROVIDER_SGNR::csCounterSigners is 0);
 //  - its SoftpubAuthenticode skips the Authenticode chain policy for a SHA-256-signed leaf (it
-//    reads CERT_SIGNATURE_HASH_PROP_ID into a 20-byte buffer), so an untrusted root passes.
+//    reads CERT_SIGNATURE_HASH_PROP_ID into a 20-byte buffer), so an untrusted root passes;
+//  - it never checks revocation, whatever fdwRevocationChecks asks for.
 // `testbed.sh prefix` registers three steps of the action under
 //   HKLM\Software\Microsoft\Cryptography\Providers\Trust\<Step>\{00AAC56B-CD44-11D0-8CC2-00C04FC295EE}
 // ("$DLL", "$Function"); every other step stays Wine's own:
@@ -14,12 +15,14 @@
 //                counterSignature or RFC 3161 token, with the TSA's chain and dwError (0 when
 //                verified). A verified time stamp becomes the signer's verify time, as on Windows.
 //   FinalPolicy  TsprovFinalPolicy: SoftpubAuthenticode, then the Authenticode chain policy on
-//                each signer's chain (e.g. CERT_E_UNTRUSTEDROOT), then TRUST_E_TIME_STAMP when a
-//                time-stamp counter-signer carries an error.
+//                each signer's chain (e.g. CERT_E_UNTRUSTEDROOT), then with WTD_REVOKE_WHOLECHAIN
+//                the revocation of that chain but its root (CERT_E_REVOKED), then
+//                TRUST_E_TIME_STAMP when a time-stamp counter-signer carries an error.
 //   Cleanup      TsprovCleanup: frees the counter-signers, then SoftpubCleanup.
 // Wine's pfnAddSgnr2Chain and pfnAddCert2Chain refuse counter-signers, so they are appended here
-// with the provider's pfnAlloc and freed with its pfnFree. Not covered: revocation (Wine checks
-// none), TSA keys other than RSA, the Disallowed store for SHA-256 leaves.
+// with the provider's pfnAlloc and freed with its pfnFree. Not covered: the revocation of a TSA's
+// chain (the Windows default policy ignores it), TSA keys other than RSA, the Disallowed store for
+// SHA-256 leaves.
 // TSPROV_TRACE=1 in the environment traces each decision to stderr.
 #include <windows.h>
 // clang-format off
@@ -572,6 +575,51 @@ DWORD SignerChainError(const CRYPT_PROVIDER_DATA* provider, const CRYPT_PROVIDER
   return status.dwError;
 }
 
+// Windows checks the revocation of each signer's chain, all but the root, when the caller asks
+// for WTD_REVOKE_WHOLECHAIN, from cached data only with WTD_CACHE_ONLY_URL_RETRIEVAL; Wine never
+// does. A listed certificate gives CERT_E_REVOKED; an unknown or offline status passes when the
+// machine's policy allows offline revocation (WTPF_OFFLINEOK_*, the Windows default), as it does
+// for any endpoint without network.
+DWORD SignerRevocationError(const CRYPT_PROVIDER_DATA* provider,
+                            const CRYPT_PROVIDER_SGNR& signer) {
+  const WINTRUST_DATA* data = provider->pWintrustData;
+  if (!data || data->fdwRevocationChecks != WTD_REVOKE_WHOLECHAIN ||
+      (data->dwProvFlags & WTD_REVOCATION_CHECK_NONE) || !signer.pChainContext ||
+      signer.pChainContext->cChain == 0) {
+    return 0;
+  }
+  const CERT_SIMPLE_CHAIN* simple = signer.pChainContext->rgpChain[0];
+  if (simple->cElement == 0) return 0;
+  StoreOwner store(CertOpenStore(CERT_STORE_PROV_MEMORY, 0, 0, 0, nullptr));
+  if (!store) return static_cast<DWORD>(TRUST_E_SYSTEM_ERROR);
+  for (DWORD i = 1; i < simple->cElement; ++i) {
+    CertAddCertificateContextToStore(store.get(), simple->rgpElement[i]->pCertContext,
+                                     CERT_STORE_ADD_USE_EXISTING, nullptr);
+  }
+  DWORD flags = CERT_CHAIN_REVOCATION_CHECK_CHAIN_EXCLUDE_ROOT;
+  if (data->dwProvFlags & WTD_CACHE_ONLY_URL_RETRIEVAL) {
+    flags |= CERT_CHAIN_REVOCATION_CHECK_CACHE_ONLY;
+  }
+  FILETIME when = signer.sftVerifyAsOf;
+  CERT_CHAIN_PARA para{};
+  para.cbSize = sizeof para;
+  ChainOwner chain;
+  if (!CertGetCertificateChain(nullptr, simple->rgpElement[0]->pCertContext, &when, store.get(),
+                               &para, flags, nullptr, chain.put())) {
+    return static_cast<DWORD>(TRUST_E_SYSTEM_ERROR);
+  }
+  const DWORD status = chain.get()->TrustStatus.dwErrorStatus;
+  Trace("revocation: chain status 0x%08lx, policy settings 0x%08lx\n", status,
+        provider->dwRegPolicySettings);
+  if (status & CERT_TRUST_IS_REVOKED) return static_cast<DWORD>(CERT_E_REVOKED);
+  constexpr DWORD kOfflineOk = WTPF_OFFLINEOK_IND | WTPF_OFFLINEOK_COM;
+  if ((status & (CERT_TRUST_REVOCATION_STATUS_UNKNOWN | CERT_TRUST_IS_OFFLINE_REVOCATION)) &&
+      (provider->dwRegPolicySettings & kOfflineOk) != kOfflineOk) {
+    return static_cast<DWORD>(CERT_E_REVOCATION_FAILURE);
+  }
+  return 0;
+}
+
 }  // namespace
 
 // ---- the registered steps ----------------------------------------------------------------------
@@ -604,6 +652,7 @@ extern "C" __declspec(dllexport) HRESULT WINAPI TsprovFinalPolicy(CRYPT_PROVIDER
   for (DWORD i = 0; error == 0 && i < provider->csSigners; ++i) {
     const CRYPT_PROVIDER_SGNR& signer = provider->pasSigners[i];
     error = SignerChainError(provider, signer);
+    if (error == 0) error = SignerRevocationError(provider, signer);
     if (error != 0) Trace("signer %lu: chain policy 0x%08lx\n", i, error);
     for (DWORD j = 0; error == 0 && j < signer.csCounterSigners; ++j) {
       if (signer.pasCounterSigners[j].dwError != 0) {

@@ -114,6 +114,20 @@ leaf cs-untrusted-signer "/O=Arvantis SRL/CN=Arvantis SRL" code_signing cs-untru
 leaf cs-tsa "/CN=TARN Test Time Stamping Authority" time_stamping cs-root
 for n in cs-signer cs-foreign cs-capitals cs-tsa; do chain "$n" cs-root; done
 chain cs-untrusted-signer cs-untrusted-root
+# The maker's name revoked by the root: the root's revocation list (DER) lists it alone. A fresh
+# database afterwards, so that the next list names only its own certificates.
+leaf cs-signer-revoked "/O=Arvantis SRL/CN=Arvantis SRL" code_signing cs-root
+chain cs-signer-revoked cs-root
+revoke() {  # NAME ISSUER: revokes NAME and writes ISSUER.crl
+  export SAN_HOST=${SAN_HOST:-unused}  # the configuration names it
+  openssl ca -config openssl.cnf -revoke "$1.pem" -cert "$2.pem" -keyfile "$2.key" 2>ca.log &&
+    openssl ca -config openssl.cnf -gencrl -crldays 10950 -crlexts crl_ext -cert "$2.pem" \
+      -keyfile "$2.key" -out "$2-crl.pem" 2>ca.log &&
+    openssl crl -in "$2-crl.pem" -outform der -out "$2.crl" && rm -f "$2-crl.pem" ||
+    { cat ca.log >&2; exit 1; }
+  : >index.txt
+}
+revoke cs-signer-revoked cs-root
 
 # Authorization service: the expected issuer name under a trusted test root, and the faulty
 # variants, each wrong in one respect only.
@@ -133,11 +147,7 @@ SAN_HOST=other-service.arvantis.example leaf auth-leaf-wrong-subject \
 # Revoked by its CA: the CA's revocation list (DER, valid as long as the CA) lists it alone. Its
 # distribution point names a host that never resolves, as for a machine without network.
 leaf auth-leaf-revoked "/CN=$host" tls_server_listed auth-ca
-openssl ca -config openssl.cnf -revoke auth-leaf-revoked.pem -cert auth-ca.pem \
-  -keyfile auth-ca.key 2>ca.log || { cat ca.log >&2; exit 1; }
-openssl ca -config openssl.cnf -gencrl -crldays 10950 -crlexts crl_ext -cert auth-ca.pem \
-  -keyfile auth-ca.key -out auth-ca-crl.pem 2>ca.log || { cat ca.log >&2; exit 1; }
-openssl crl -in auth-ca-crl.pem -outform der -out auth-ca.crl
+revoke auth-leaf-revoked auth-ca
 for n in auth-leaf auth-leaf-rekeyed auth-leaf-expired auth-leaf-wrong-subject auth-leaf-revoked; do
   chain "$n" auth-ca auth-root
 done
@@ -145,7 +155,7 @@ chain auth-leaf-other-ca auth-other-ca auth-root
 chain auth-leaf-untrusted auth-untrusted-ca auth-untrusted-root
 for n in auth-leaf*.cer; do base64 -w0 "$n" >"${n%.cer}.b64"; done
 
-rm -rf index.txt* serial.txt* openssl.cnf ca.log issued auth-ca-crl.pem
+rm -rf index.txt* serial.txt* openssl.cnf ca.log issued
 echo "$host" >auth-host.txt
 chmod 600 ./*.key
 rm -rf "$out"

@@ -13,6 +13,7 @@
 # and for sample.dll alone, whose only use is to check the test bed's own answers:
 #   timestamp-broken          the timestamped file with its TSA's signature broken
 #   legacy-timestamp-broken   the legacy-timestamp file with its TSA's signature broken
+#   revoked                   "Arvantis SRL", RFC 3161, by a signer its root's list revokes
 set -euo pipefail
 [ $# -ge 3 ] || { echo "usage: sign-variants.sh PKIDIR OUTROOT FILE..." >&2; exit 2; }
 pki=$1 outroot=$2
@@ -25,7 +26,7 @@ export TARN_TSA_CERT=$pki/cs-tsa-chain.pem TARN_TSA_KEY=$pki/cs-tsa.key
 trap '"$testbed" tsa-stop' EXIT
 
 variants=(timestamped legacy-timestamp untimestamped foreign capitals untrusted tampered unsigned)
-for v in "${variants[@]}" timestamp-broken legacy-timestamp-broken; do mkdir -p "$outroot/$v"; done
+for v in "${variants[@]}" timestamp-broken legacy-timestamp-broken revoked; do mkdir -p "$outroot/$v"; done
 
 # FILE OFFSET: inverts one byte in place.
 flip() {
@@ -50,6 +51,7 @@ for file in "$@"; do
   flip "$outroot/tampered/$name" 80
   cp "$file" "$outroot/unsigned/$name"
   if [ "$name" = sample.dll ]; then
+    sign revoked cs-signer-revoked rfc3161
     # The TSA's 256-byte RSA signature ends the signature block, and the block's padding is at
     # most 7 bytes: 64 bytes before the end of the file is inside that signature.
     for pair in timestamped:timestamp-broken legacy-timestamp:legacy-timestamp-broken; do
