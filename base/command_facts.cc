@@ -38,7 +38,7 @@ constexpr ExitCode kAgentCodes[] = {
     {"1460", "no reply within the reply wait"},
     {"5007", "the SDK library's signature has no time stamp (also 4316)"},
     {"other",
-     "the Windows trust answer as unsigned (unsigned, tampered, untrusted root), the "
+     "the Windows trust answer as unsigned (unsigned, tampered, revoked, untrusted root), the "
      "SDK's own code as unsigned, or the agent's non-zero error"},
 };
 constexpr ExitCode kGateCodes[] = {
