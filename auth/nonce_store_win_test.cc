@@ -35,19 +35,12 @@ class NonceStoreTest : public testing::Test {
     RegDeleteKeyA(HKEY_CURRENT_USER, root_.c_str());
   }
 
-  static UniqueHkey OpenNonceKey(REGSAM access, LSTATUS& status) {
-    UniqueHkey key;
-    status = RegOpenKeyExA(HKEY_CURRENT_USER, kNonceKeyPath, 0, access, key.put());
-    return key;
-  }
-
   // Replaces the key's access list by one that lets everyone read. Windows lets administrators
   // open the restricted key with KEY_READ; Wine's access check refuses it (the deny-write entry
   // names READ_CONTROL), so a test that reads through ReadNonce opens the key up first.
   static void OpenUpKey() {
-    LSTATUS status;
-    UniqueHkey key = OpenNonceKey(WRITE_DAC, status);
-    ASSERT_EQ(status, 0);
+    UniqueHkey key;
+    ASSERT_EQ(RegOpenKeyExA(HKEY_CURRENT_USER, kNonceKeyPath, 0, WRITE_DAC, key.put()), 0);
     UniqueHlocal open;
     ASSERT_TRUE(ConvertStringSecurityDescriptorToSecurityDescriptorA(
         "D:(A;OICI;KA;;;WD)", SDDL_REVISION_1, reinterpret_cast<PSECURITY_DESCRIPTOR*>(open.put()),
@@ -99,15 +92,11 @@ TEST_F(NonceStoreTest, MissingKeyOrValueFailsTheRead) {
   EXPECT_EQ(nonce, std::vector<uint8_t>{42});
 }
 
+// The second deletion finds no key; the read-back table stores again after each deletion.
 TEST_F(NonceStoreTest, DeleteRemovesTheRestrictedKeyOnce) {
   ASSERT_EQ(StoreNonce(kNonce, nullptr), 0u);
   EXPECT_EQ(DeleteNonceKey(nullptr), 0u);
-  LSTATUS status;
-  OpenNonceKey(KEY_QUERY_VALUE, status);
-  EXPECT_EQ(status, ERROR_FILE_NOT_FOUND);
   EXPECT_EQ(DeleteNonceKey(nullptr), static_cast<uint32_t>(ERROR_FILE_NOT_FOUND));
-  // A new store after the deletion starts from a fresh key.
-  EXPECT_EQ(StoreNonce(kNonce, nullptr), 0u);
 }
 
 // A holder on another thread keeps others out until the bound; when its thread ends without
