@@ -131,8 +131,6 @@ TEST(AuthMessagesTest, MalformedMessagesFailWithTheirCodeAndLeaveTheRecord) {
       {"identifier type 2^40",
        Auth(kValidity, kPermissions, Set({Seq({Tlv(0x0a, {{1, 0, 0, 0, 0, 0}}), Text(4, "HW")})})),
        false, 18002, "Number out of range"},
-      {"identifier type -1", Auth(kValidity, kPermissions, Set({Seq({Tlv(0x0a, {{0xff}})})})),
-       false, 18002},
       {"identifiers in a SEQUENCE", Auth(kValidity, kPermissions, Seq({typeOnly})), false, 18000},
       {"identifier is a SET", Auth(kValidity, kPermissions, Set({Set({Enum(0)})})), false, 18000},
       {"identifier without children", Auth(kValidity, kPermissions, Set({Seq({})})), false, 18001},

@@ -50,7 +50,6 @@ TEST(DecodeBase64Test, DecodesOrLeavesTheBytesAlone) {
     uint32_t result;
     std::string bytes;  // expected on success
   } cases[] = {
-      {L"TWFu", 0, "Man"},
       {L"TWFu\r\nTWE=", 0, "ManMa"},  // line breaks, as in a certificate file
       {L"AAH+/w==", 0, std::string("\x00\x01\xfe\xff", 4)},
       {L"!!!!", 13, ""},

@@ -24,10 +24,8 @@ using tarn::Require;
 const std::vector<std::wstring>& Tokens() {
   static const std::vector<std::wstring> tokens = [] {
     std::vector<std::wstring> list(kFeatureIds.begin(), kFeatureIds.end());
-    for (const wchar_t* extra : {L"-add", L"-ADD", L"-remove", L"-Remove", L"-set", L"-SeT",
-                                 L"firewall", L"", L"-other"}) {
-      list.push_back(extra);
-    }
+    list.insert(list.end(), {L"-add", L"-ADD", L"-remove", L"-Remove", L"-set", L"-SeT",
+                             L"firewall", L"", L"-other"});
     return list;
   }();
   return tokens;
@@ -46,14 +44,11 @@ bool IsWalkMessage(const std::string& message, const std::vector<std::wstring>& 
       "The feature argument list is invalid",
       "The add/remove feature operation cannot be performed due to invalid parameters",
   };
-  if (fixed.count(message) != 0) return true;
-  for (size_t index = 2; index < arguments.size(); ++index) {
-    if (message == "Feature \"" + tarn::WideToUtf8(arguments[index]) +
-                       "\" doesn't exists or has already been added") {
-      return true;
-    }
-  }
-  return false;
+  return fixed.count(message) != 0 ||
+         std::any_of(arguments.begin() + 2, arguments.end(), [&](const std::wstring& argument) {
+           return message == "Feature \"" + tarn::WideToUtf8(argument) +
+                                 "\" doesn't exists or has already been added";
+         });
 }
 
 // The ids of `member` of the request's "features", or abort when the request is not the shape
