@@ -163,8 +163,6 @@ TEST(AuthorizationGateTest, OptionsAreTakenOutOfTheCommandLine) {
     bool authorized, serviceUsed;
     int32_t count;  // the command line left is the first `count` arguments given
   } cases[] = {
-      {"status command needs nothing", Command({Word(Command::kGetProductVersion)}, {}), 0, true,
-       false, 2},
       {"status command keeps its words",
        Command({Word(Command::kGetUpdateStatus), L"-authToken"}, {}), 0, true, false, 3},
       {"legacy uninstall", Command({Word(Command::kUninstall), L"secret"}, {}), 0, true, false, 3},
