@@ -30,7 +30,7 @@ const Bytes kPermissions = Set({Enum(3)});
 const Bytes kIdentifiers = Set({Seq({Enum(0), Text(0x04, "HW")})});
 const Bytes kSignature = Text(0x04, "sig");
 
-TEST(AuthMessagesTest, IssuedAuthorizationMessagesDecode) {
+TEST(AuthMessagesTest, IssuedMessagesDecode) {
   SignedAuthMessage plain;
   LogCapture log("tarn-auth-message-test");
   ASSERT_EQ(DecodeSignedAuthMessage(plain, issued::kAuthMessage, log.get()), 0u);
@@ -57,11 +57,6 @@ TEST(AuthMessagesTest, IssuedAuthorizationMessagesDecode) {
   EXPECT_EQ(indefinite.signature, plain.signature);
   EXPECT_EQ(indefinite.identifiers, plain.identifiers);
 
-  SignedAuthMessage tampered;  // decodes; only the signature check can tell
-  ASSERT_EQ(DecodeSignedAuthMessage(tampered, issued::kAuthTampered, nullptr), 0u);
-  EXPECT_EQ(tampered.validFrom, plain.validFrom + 1);
-  EXPECT_NE(tampered.messageBytes, plain.messageBytes);
-
   SignedAuthMessage merged;
   ASSERT_EQ(DecodeSignedAuthMessage(merged, issued::kAuthMerged, nullptr), 0u);
   EXPECT_EQ(merged.permissions, (std::set<uint32_t>{21, 22, 4294967295u}));
@@ -70,33 +65,27 @@ TEST(AuthMessagesTest, IssuedAuthorizationMessagesDecode) {
 
   SignedAuthMessage empty;
   ASSERT_EQ(DecodeSignedAuthMessage(empty, issued::kAuthEmptySets, nullptr), 0u);
-  EXPECT_TRUE(empty.permissions.empty());
-  EXPECT_TRUE(empty.identifiers.empty());
+  EXPECT_TRUE(empty.permissions.empty() && empty.identifiers.empty());
 
   SignedAuthMessage withAndWithoutZ;
   ASSERT_EQ(DecodeSignedAuthMessage(withAndWithoutZ, issued::kAuthWithAndWithoutZ, nullptr), 0u);
   EXPECT_EQ(withAndWithoutZ.validFrom, withAndWithoutZ.validTo);
-}
 
-TEST(AuthMessagesTest, IssuedTimeMessagesDecode) {
-  SignedAuthMessage auth;
-  ASSERT_EQ(DecodeSignedAuthMessage(auth, issued::kAuthMessage, nullptr), 0u);
   SignedTimeMessage time;
-  LogCapture log("tarn-time-message-test");
   ASSERT_EQ(DecodeSignedTimeMessage(time, issued::kTimeMessage, log.get()), 0u);
   EXPECT_TRUE(ContainsInOrder(log.Take(), {"Finished to decode time message successfully",
                                            "Finished to decode signed time successfully"}));
   EXPECT_EQ(std::string(time.challenge.begin(), time.challenge.end()), issued::kChallengeText);
-  EXPECT_EQ(time.executionTime - auth.validFrom, 12 * 3600);
+  EXPECT_EQ(time.executionTime - plain.validFrom, 12 * 3600);
   EXPECT_EQ(time.signature.size(), 256u);
   EXPECT_EQ(time.messageBytes.front(), 0x30);
 
   SignedTimeMessage withoutZ;
   ASSERT_EQ(DecodeSignedTimeMessage(withoutZ, issued::kTimeWithoutZ, nullptr), 0u);
   EXPECT_EQ(withoutZ.executionTime, time.executionTime);
-  SignedTimeMessage indefinite;
-  ASSERT_EQ(DecodeSignedTimeMessage(indefinite, issued::kTimeIndefinite, nullptr), 0u);
-  EXPECT_EQ(indefinite.messageBytes, time.messageBytes);
+  SignedTimeMessage timeIndefinite;
+  ASSERT_EQ(DecodeSignedTimeMessage(timeIndefinite, issued::kTimeIndefinite, nullptr), 0u);
+  EXPECT_EQ(timeIndefinite.messageBytes, time.messageBytes);
 }
 
 TEST(AuthMessagesTest, MalformedMessagesFailWithTheirCodeAndLeaveTheRecord) {
@@ -142,8 +131,6 @@ TEST(AuthMessagesTest, MalformedMessagesFailWithTheirCodeAndLeaveTheRecord) {
       {"identifier type 2^40",
        Auth(kValidity, kPermissions, Set({Seq({Tlv(0x0a, {{1, 0, 0, 0, 0, 0}}), Text(4, "HW")})})),
        false, 18002, "Number out of range"},
-      {"identifier type -1", Auth(kValidity, kPermissions, Set({Seq({Tlv(0x0a, {{0xff}})})})),
-       false, 18002},
       {"identifiers in a SEQUENCE", Auth(kValidity, kPermissions, Seq({typeOnly})), false, 18000},
       {"identifier is a SET", Auth(kValidity, kPermissions, Set({Set({Enum(0)})})), false, 18000},
       {"identifier without children", Auth(kValidity, kPermissions, Set({Seq({})})), false, 18001},
@@ -247,23 +234,15 @@ TEST(AuthMessagesTest, TimeReadsFourteenCharactersAsUtcWithoutValidatingThem) {
       {"99991231235959Z", 253402300799},  // "never expires"
       {"20250101000000", 1735689600},
       {"20250101000000.999+0200", 1735689600},
-      {"20241301000000", 1735689600},  // month 13: January of the next year
-      {"20250001000000", 1733011200},  // month 0: December of the year before
-      {"20259901000000", 1993248000},  // month 99: March, eight years on
-      {"20250100000000", 1735603200},  // day 0: the last day of the month before
-      {"16010100000000", -11644560000},
-      {"20240229000000", 1709164800},
-      {"20250229000000", 1740787200},        // no leap day: March 1st
-      {"21000229000000", 4107542400},        // nor in 2100
-      {"20001231240000", 978307200},         // hour 24: the next day
-      {"202501010000:0", 1735689600 + 100},  // ':' is the digit after 9
   };
   for (const auto& c : cases) EXPECT_EQ(seconds(c.text), c.seconds) << c.text;
   EXPECT_EQ(seconds("2025010100000", 13), -7);  // too short: no time, value untouched
   EXPECT_EQ(seconds("", 13), -7);
 
 #ifndef _WIN32
-  // Any octets at all carry over as the C library's UTC conversion carries them.
+  // Any octets at all carry over as the C library's UTC conversion carries them: month 13 is
+  // January of the next year, day 0 the last day of the month before, hour 24 the next day, ':'
+  // the digit after 9, and February 29th of a year without one March 1st.
   std::mt19937 random(13);
   const std::string alphabet = "0123456789/:!~ \xff";
   for (int i = 0; i < 20000; ++i) {

@@ -2,18 +2,14 @@
 // level at a time as the decoders do. Checks what the reader promises of every loaded node.
 #include <cstddef>
 #include <cstdint>
-#include <cstdlib>
 #include <cstring>
 #include <vector>
 
 #include "auth/ber_reader.h"
+#include "fuzz/fuzz_check.h"
 
 namespace tarn {
 namespace {
-
-void Require(bool condition) {
-  if (!condition) std::abort();
-}
 
 // Contents and encoding are read back exactly when they lie inside the input.
 void CheckReadBack(const BerNode& node, const BerStream& stream, const uint8_t* data, size_t size) {

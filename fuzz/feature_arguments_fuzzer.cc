@@ -7,26 +7,25 @@
 #include <algorithm>
 #include <cstddef>
 #include <cstdint>
-#include <cstdlib>
 #include <set>
 #include <string>
 #include <vector>
 
 #include "base/test_log_capture.h"
 #include "base/text.h"
+#include "fuzz/fuzz_check.h"
 #include "ops/feature_editing.h"
 
 namespace {
 
 using tarn::kFeatureIds;
+using tarn::Require;
 
 const std::vector<std::wstring>& Tokens() {
   static const std::vector<std::wstring> tokens = [] {
     std::vector<std::wstring> list(kFeatureIds.begin(), kFeatureIds.end());
-    for (const wchar_t* extra : {L"-add", L"-ADD", L"-remove", L"-Remove", L"-set", L"-SeT",
-                                 L"firewall", L"", L"-other"}) {
-      list.push_back(extra);
-    }
+    list.insert(list.end(), {L"-add", L"-ADD", L"-remove", L"-Remove", L"-set", L"-SeT",
+                             L"firewall", L"", L"-other"});
     return list;
   }();
   return tokens;
@@ -45,27 +44,22 @@ bool IsWalkMessage(const std::string& message, const std::vector<std::wstring>& 
       "The feature argument list is invalid",
       "The add/remove feature operation cannot be performed due to invalid parameters",
   };
-  if (fixed.count(message) != 0) return true;
-  for (size_t index = 2; index < arguments.size(); ++index) {
-    if (message == "Feature \"" + tarn::WideToUtf8(arguments[index]) +
-                       "\" doesn't exists or has already been added") {
-      return true;
-    }
-  }
-  return false;
+  return fixed.count(message) != 0 ||
+         std::any_of(arguments.begin() + 2, arguments.end(), [&](const std::wstring& argument) {
+           return message == "Feature \"" + tarn::WideToUtf8(argument) +
+                                 "\" doesn't exists or has already been added";
+         });
 }
 
 // The ids of `member` of the request's "features", or abort when the request is not the shape
 // the agent expects.
 std::vector<std::string> RequestIds(const rapidjson::Document& request, const char* member) {
   const rapidjson::Value& element = request["data"]["Product.Installer"][0];
-  if (std::string(element["@name"].GetString()) != "AddRemove" ||
-      std::string(element["input"]["competitorRemoval"]["execute"].GetString()) != "never") {
-    std::abort();
-  }
+  Require(std::string(element["@name"].GetString()) == "AddRemove" &&
+          std::string(element["input"]["competitorRemoval"]["execute"].GetString()) == "never");
   std::vector<std::string> ids;
   for (const auto& id : element["input"]["features"][member].GetArray()) {
-    if (!id.IsString() || !IsFeatureId(id.GetString())) std::abort();
+    Require(id.IsString() && IsFeatureId(id.GetString()));
     ids.push_back(id.GetString());
   }
   return ids;
@@ -74,7 +68,7 @@ std::vector<std::string> RequestIds(const rapidjson::Document& request, const ch
 void CheckRequest(const std::wstring& text, const std::vector<std::wstring>& arguments) {
   rapidjson::Document request;
   request.Parse(tarn::WideToUtf8(text).c_str());
-  if (request.HasParseError() || !request.IsObject() || !request.HasMember("data")) std::abort();
+  Require(!request.HasParseError() && request.IsObject() && request.HasMember("data"));
   std::vector<std::string> add = RequestIds(request, "add");
   std::vector<std::string> remove = RequestIds(request, "remove");
 
@@ -92,9 +86,9 @@ void CheckRequest(const std::wstring& text, const std::vector<std::wstring>& arg
   all.insert(all.end(), remove.begin(), remove.end());
   std::sort(all.begin(), all.end());
   std::sort(add.begin(), add.end());
-  if (std::adjacent_find(all.begin(), all.end()) != all.end()) std::abort();  // an id twice
+  Require(std::adjacent_find(all.begin(), all.end()) == all.end());  // no id twice
   // A set adds exactly the named ids and removes all others; add/remove sends each named id once.
-  if (set ? (add != named || all.size() != kFeatureIds.size()) : all != named) std::abort();
+  Require(set ? (add == named && all.size() == kFeatureIds.size()) : all == named);
 }
 
 }  // namespace
@@ -116,17 +110,15 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
       },
       arguments, capture->get());
   const std::vector<std::string> log = capture->Take();
-  if (log.empty()) std::abort();
+  Require(!log.empty());
 
   if (result == 160) {
-    if (!requests.empty() || !IsWalkMessage(log.back(), arguments)) std::abort();
+    Require(requests.empty() && IsWalkMessage(log.back(), arguments));
   } else if (arguments.size() == 2) {
-    if (result != 0 || !requests.empty()) std::abort();
+    Require(result == 0 && requests.empty());
   } else {
-    if (requests.size() != 1 || result != answer ||
-        log.back() != "Finished to edit features with error code: " + std::to_string(answer)) {
-      std::abort();
-    }
+    Require(requests.size() == 1 && result == answer &&
+            log.back() == "Finished to edit features with error code: " + std::to_string(answer));
     CheckRequest(requests[0], arguments);
   }
   return 0;

@@ -1,18 +1,14 @@
-// What the JSON targets share: a failed check that libFuzzer reports, and an input taken as the
-// one JSON object the agent's output always is.
+// What the JSON targets share: an input taken as the one JSON object the agent's output always is.
 #pragma once
 
 #include <rapidjson/document.h>
 
 #include <cstddef>
 #include <cstdint>
-#include <cstdlib>
+
+#include "fuzz/fuzz_check.h"
 
 namespace tarn {
-
-inline void Require(bool condition) {
-  if (!condition) std::abort();
-}
 
 // Parsed iteratively, so the input's depth costs the target no stack. Any other root is refused:
 // the session hands the walks objects only (another root trips the JSON library's assertion).

@@ -4,8 +4,9 @@
 #include <algorithm>
 #include <cstddef>
 #include <cstdint>
-#include <cstdlib>
 #include <vector>
+
+#include "fuzz/fuzz_check.h"
 
 namespace tarn {
 
@@ -23,19 +24,15 @@ void CheckSignedMessage(const uint8_t* data, size_t size, SignedDecoder<Message>
   const std::vector<uint8_t> bytes(data, data + size);
   Message message;
   if (decode(message, bytes, nullptr) != 0) return;
-  if (message.signature.empty() || message.messageBytes.empty() ||
-      std::search(bytes.begin(), bytes.end(), message.messageBytes.begin(),
-                  message.messageBytes.end()) == bytes.end()) {
-    std::abort();
-  }
+  Require(!message.signature.empty() && !message.messageBytes.empty() &&
+          std::search(bytes.begin(), bytes.end(), message.messageBytes.begin(),
+                      message.messageBytes.end()) != bytes.end());
   std::vector<uint8_t> rewrapped = {0x30, 0x80};  // indefinite: no length to compute
   rewrapped.insert(rewrapped.end(), message.messageBytes.begin(), message.messageBytes.end());
   rewrapped.insert(rewrapped.end(), {0x04, 0x01, 0x5A, 0x00, 0x00});
   Message alone;
-  if (decode(alone, rewrapped, nullptr) != 0 || !sameRecord(message, alone) ||
-      alone.messageBytes != message.messageBytes) {
-    std::abort();
-  }
+  Require(decode(alone, rewrapped, nullptr) == 0 && sameRecord(message, alone) &&
+          alone.messageBytes == message.messageBytes);
 }
 
 }  // namespace tarn

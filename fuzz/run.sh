@@ -23,6 +23,7 @@ for target in "${targets[@]}"; do
   artifacts=$build/fuzz-artifacts/$target
   log=$build/fuzz-$target.log
   mkdir -p "$work" "$artifacts"
+  : >"$log"  # figures of this run only: the run below appends
   # Inputs that once failed run whole first: the length limit of the run cuts the deep ones, and
   # without it every input would grow to their size.
   regressions=()
