@@ -20,23 +20,18 @@ std::string Utf16Bytes(std::u16string_view text, bool bigEndian, bool mark = tru
   return out;
 }
 
+// Every whole mark is read in the tests below (a mark taken for another gives another text);
+// here the bytes that only begin one.
 TEST(EndpointIdentityTest, EncodingFollowsTheFirstBytesInTableOrder) {
   struct Case {
     std::string bytes;
     uint32_t encoding;
   } cases[] = {
-      {"+/v8-{}", kEncodingUtf7Mark},
       {"+/v8", kEncodingNoMark},  // an incomplete mark is text
-      {std::string("\xFF\xFE\x00\x00{", 5), kEncodingUtf32LittleEndian},
-      {std::string("\x00\x00\xFE\xFF", 4), kEncodingUtf32BigEndian},
       {std::string("\x00\x00\xFE", 3), kEncodingNoMark},
-      {"\xEF\xBB\xBF{", kEncodingUtf8Mark},
       {"\xEF\xBB", kEncodingNoMark},
-      {"\xFE\xFF", kEncodingUtf16BigEndian},
-      {"\xFF\xFE", kEncodingUtf16LittleEndian},
       {std::string("\xFF\xFE\x00", 3), kEncodingUtf16LittleEndian},
       {std::string("\xFF\xFE{\x00", 4), kEncodingUtf16LittleEndian},
-      {"{\"hwid\"", kEncodingNoMark},
       {"", kEncodingNoMark},
   };
   for (const auto& c : cases) {

@@ -13,6 +13,7 @@ TEST(ProductEventsTest, ScanThreadTakesTheFirstScanEventByItsExactName) {
   test::ResetSessionState();
   test::StdEventThread thread;
   ASSERT_EQ(thread.Start(ProcessProductEvents, &EventResults), 0u);
+  OnSdkEvent(nullptr, kScanStartedEvent, "{}");  // without the library's context: ignored
   static char library[] = "library";
   for (const char* name : {"FileScan.OnDemand.Progress", "filescan.ondemand.scanstarted",
                            kScanFailedEvent, kScanStartedEvent}) {

@@ -155,13 +155,9 @@ TEST_F(SdkExchangeTest, ExplicitTimeoutWaitsForTheEndOfTheOperation) {
   EXPECT_TRUE(SessionState.waitFinished);  // event threads are told to stop
 }
 
-TEST_F(SdkExchangeTest, CallbacksIgnoreANullContextAndDeadlinesSaturate) {
-  SessionState.replyReceived = false;
-  OnSdkReply(nullptr, SessionState.requestId, nullptr, "{}");  // the current request's id
-  OnSdkEvent(nullptr, "E", "{}");
-  EXPECT_FALSE(SessionState.replyReceived);
-  EXPECT_TRUE(SessionState.events.empty());
-
+// (A reply without context is the stress test's stray; an event without context the scan
+// thread's test.)
+TEST_F(SdkExchangeTest, DeadlinesSaturate) {
   std::unique_lock<std::mutex> lock(SessionState.mutex);
   bool called = false;
   // A wait with no practical limit returns as soon as its predicate holds.

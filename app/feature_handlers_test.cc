@@ -16,7 +16,6 @@ TEST(EditFeaturesHandlerTest, RefusesWithoutBothAuthorizationFlags) {
     uint32_t result;
     const char* lastLine;
   } cases[] = {
-      {4, false, false, 5, "Operation is not authorized. Access Denied"},
       {4, true, false, 5, "Operation is not authorized. Access Denied"},
       {4, false, true, 5, "Operation is not authorized. Access Denied"},
       {3, true, true, 160, "Bad arguments."},

@@ -16,7 +16,6 @@ TEST(CommandFactsTest, EveryRowIsFoundByItsWordInAnyCase) {
   for (const CommandFacts& facts : kCommandFacts) {
     const std::wstring word = facts.word;
     EXPECT_TRUE(words.insert(word).second) << "twice: " << WideToUtf8(word);
-    EXPECT_EQ(ToLowerWide(word), word);
     EXPECT_EQ(FindCommandFacts(word), &facts);
     std::wstring upper = word;
     for (wchar_t& c : upper) c = static_cast<wchar_t>(std::towupper(static_cast<wint_t>(c)));

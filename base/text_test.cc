@@ -25,10 +25,6 @@ TEST(TextTest, MalformedUtf8BecomesReplacementWithoutLosingTheRest) {
   for (const auto& c : cases) EXPECT_EQ(Utf8ToWide(c.in), c.out) << c.in;
 }
 
-TEST(TextTest, SingleByteFormKeepsLatin1AndMarksTheRest) {
-  EXPECT_EQ(WideToSingleByte(L"Path C:\\x \u00e9\u20ac"), "Path C:\\x \xE9?");
-}
-
 TEST(TextTest, CaseInsensitiveComparisonOfOptionWords) {
   EXPECT_TRUE(EqualsIgnoreCase(L"-CERTIFICATEPATH", L"-certificatepath"));
   EXPECT_TRUE(EqualsIgnoreCase(L"-InstallerXml", L"-installerxml"));

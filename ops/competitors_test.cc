@@ -2,13 +2,10 @@
 
 #include <gtest/gtest.h>
 
-#include "agent/test_agent.h"
 #include "base/test_log_capture.h"
 
 namespace tarn {
 namespace {
-
-using std::chrono::milliseconds;
 
 TEST(CompetitorsTest, RequestsAreByteForByte) {
   const RunContext context{"o", "s"};
@@ -28,27 +25,6 @@ TEST(CompetitorsTest, AnswerLists) {
             "id=a|productName=A|removalSupported=1||id=b|productName=B b|removalSupported=0");
   EXPECT_EQ(FormatRemovals({{"a", "removed", ""}, {"b", "notFound", "B"}}),
             "id=a|productName=|status=removed||id=b|productName=B|status=notFound");
-}
-
-// The replied run whose product event never comes for it: the wait's own line.
-TEST(CompetitorsTest, OnlyAnotherRunsEventTimesOut) {
-  const std::string anotherRun =
-      R"({"@name":"Product.CompetitorRemoval.AssessmentEnded","runContext":{"otherData":"x",)"
-      R"("someData":"y"},"products":[]})";
-  test::ResetSessionState();
-  test::FakeSdkInstance instance([&](const std::string&) {
-    return std::vector<test::Delivery>{test::Reply("Product.CompetitorRemoval", 0),
-                                       test::Event(kAssessmentEndedEvent, anotherRun)};
-  });
-  std::vector<CompetitorEntry> competitors;
-  LogCapture log("tarn-assessment");
-  EXPECT_EQ(StartCompetitorsAssessment(
-                competitors, L"-competitorsassessment",
-                test::FakePlatform(instance, {milliseconds(100), milliseconds(100)}), log.get()),
-            1460u);
-  EXPECT_TRUE(ContainsInOrder(log.Take(), {"Failed to execute Product.CompetitorRemoval."
-                                           "StartAssessment. EndpointSdkError error code:1460"}));
-  EXPECT_TRUE(competitors.empty());
 }
 
 TEST(CompetitorsTest, GuidFailureIsReturnedBeforeAnything) {

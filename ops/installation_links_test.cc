@@ -16,9 +16,6 @@ TEST(InstallationLinkOptionsTest, OptionsReadInAnyOrderAndCaseOrSayWhatIsMissing
     InstallationLinkOptions expected;
     std::vector<std::string> log;
   } cases[] = {
-      {{L"-kvUrl", L"https://kv.example", L"-apiKey", L"k1", L"-packageName", L"p1"},
-       {"https://kv.example", "k1", "p1"},
-       {}},
       {{L"-PACKAGENAME", L"p2", L"-kvurl", L"u2", L"-ApiKey", L"k2"}, {"u2", "k2", "p2"}, {}},
       {{L"-kvUrl", L"https://kv.example/\u00e9", L"-apiKey", L"\u2713", L"-packageName",
         L"B\u00fcro Z\u00fcrich"},

@@ -69,9 +69,11 @@ TEST(ScenarioTest, RejectsWhatTheFormatDoesNotAllow) {
   }
 }
 
+// An object echoed from the request and the event's "@name" are what the tool reads end to end
+// in the competitor tests; these are the templates no end-to-end test uses.
 TEST(PlanTest, PayloadTemplatesEchoTheRequestAndTellTimeFromNow) {
   const Plan plan = PlanFor(R"({"default": {"noReply": true, "events": [
-      {"name": "E", "payload": {"runContext": "$request.input.runContext", "second": "$request.input.ids.1",
+      {"name": "E", "payload": {"second": "$request.input.ids.1",
        "absent": "$request.input.nothing", "id": "$requestId", "plain": "$$now", "text": "now",
        "times": ["$now", "$now-4d", "$now+90m", "$now-15s", "$now+2h"]}},
       {"name": "Raw", "rawPayload": "{\"runContext\": \"$request\""},
@@ -82,9 +84,6 @@ TEST(PlanTest, PayloadTemplatesEchoTheRequestAndTellTimeFromNow) {
   rapidjson::Document payload;
   payload.Parse(plan.deliveries[0].text);
   ASSERT_TRUE(payload.IsObject()) << plan.deliveries[0].text;
-  EXPECT_STREQ(payload["@name"].GetString(), "E");
-  EXPECT_STREQ(payload["runContext"]["otherData"].GetString(), "o-1");
-  EXPECT_STREQ(payload["runContext"]["someData"].GetString(), "s-2");
   EXPECT_STREQ(payload["second"].GetString(), "b");
   EXPECT_TRUE(payload["absent"].IsNull());
   EXPECT_STREQ(payload["id"].GetString(), "id-1");
