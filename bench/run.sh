@@ -2,14 +2,15 @@
 # make bench: the tool against its floor, command by command, under Wine with the simulated agent
 # answering at once; the waits' CPU and lateness; the status walks natively; the executable's
 # size and imports. Prints figures and writes bench/RESULTS.md; asserts nothing.
-#   TARN_BENCH_RUNS   runs of tool and floor per command (default 9: about 5 minutes when quiet)
+#   TARN_BENCH_RUNS   runs of tool and floor per command (default 25: about 6 minutes when quiet;
+#                     fewer pairs leave the medians of the shortest commands to chance)
 #   TARN_BENCH_LOAD   a note on the machine's load for the table (default: the load average)
 #   TARN_BENCH_ONLY   a regular expression: only the commands it matches, printed, no RESULTS.md
 set -uo pipefail
 top=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)
 build=$top/build/windows
 native=$top/build/native
-runs=${TARN_BENCH_RUNS:-9}
+runs=${TARN_BENCH_RUNS:-25}
 . "$top/scripts/testbed.sh"
 export TARN_WINEPREFIX=$PREFIX TARN_WINDOWS_BUILD=$build
 die() { echo "bench: $*" >&2; exit 1; }
