@@ -7,7 +7,6 @@
 
 #include <gtest/gtest.h>
 
-#include <cctype>
 #include <cstring>
 #include <filesystem>
 #include <fstream>
@@ -17,6 +16,7 @@
 #include "auth/certificate_file.h"
 #include "auth/crypto.h"
 #include "auth/crypto/crypto_fixtures.h"
+#include "base/test_listed_revocation_win.h"
 #include "base/test_log_capture.h"
 #include "base/text.h"
 #include "base/win_handles.h"
@@ -98,43 +98,12 @@ TEST(ValidateCertificateTest, ChainDecidesForTheDecodedBytesNeverThePath) {
   }
 }
 
-// Puts the issuing CA's revocation list, which names auth-leaf-revoked, into the machine's "CA"
-// store, where an administrator or a policy puts the lists an offline endpoint is to know. The
-// store is closed after each change: Wine writes a registry store back only then.
-class ListedRevocation {
- public:
-  ListedRevocation() {
-    EXPECT_TRUE(crl_);
-    UniqueCertStore store(MachineCaStore());
-    EXPECT_TRUE(CertAddCRLContextToStore(store.get(), crl_.get(), CERT_STORE_ADD_REPLACE_EXISTING,
-                                         nullptr));
-  }
-  ~ListedRevocation() {
-    // Wine's store drops a deleted list from its registry key only in memory, so the key that
-    // holds it (named by its SHA-1 thumbprint, on Windows as under Wine) goes directly.
-    BYTE sha1[20];
-    DWORD size = sizeof sha1;
-    if (!CertGetCRLContextProperty(crl_.get(), CERT_SHA1_HASH_PROP_ID, sha1, &size)) return;
-    std::string key = "Software\\Microsoft\\SystemCertificates\\CA\\CRLs\\";
-    for (const char c : ToLowerHex({sha1, sha1 + size})) key += static_cast<char>(toupper(c));
-    EXPECT_EQ(RegDeleteTreeA(HKEY_LOCAL_MACHINE, key.c_str()), ERROR_SUCCESS);
-  }
-
- private:
-  static HCERTSTORE MachineCaStore() {
-    return CertOpenStore(CERT_STORE_PROV_SYSTEM_W, 0, 0, CERT_SYSTEM_STORE_LOCAL_MACHINE, L"CA");
-  }
-  const std::vector<uint8_t> der_ = ReadFile(PkiFile("auth-ca.crl"));
-  UniqueHandle<handle_traits::Traits<PCCRL_CONTEXT, nullptr, CertFreeCRLContext>> crl_{
-      CertCreateCRLContext(X509_ASN_ENCODING, der_.data(), static_cast<DWORD>(der_.size()))};
-};
-
 TEST(ValidateCertificateTest, ARevokedCertificateIsRefusedWhenItsListIsAtHand) {
   // Without the list (no network, nothing cached) the revoked certificate still passes, as every
   // certificate does whose status cannot be learnt; with it, it is refused, and only it.
   for (const bool listed : {false, true}) {
     std::optional<ListedRevocation> list;
-    if (listed) list.emplace();
+    if (listed) list.emplace(PkiFile("auth-ca.crl"));  // names auth-leaf-revoked
     for (const char* name : {"auth-leaf.cer", "auth-leaf-revoked.cer"}) {
       SCOPED_TRACE(testing::Message() << name << (listed ? " with" : " without") << " the list");
       const bool valid = !listed || std::string(name) == "auth-leaf.cer";

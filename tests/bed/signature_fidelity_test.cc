@@ -19,13 +19,11 @@
 
 #include <gtest/gtest.h>
 
-#include <cstdio>
-#include <cstring>
-#include <fstream>
 #include <iterator>
 #include <string>
 #include <vector>
 
+#include "base/test_listed_revocation_win.h"
 #include "tests/bed/bed_paths.h"
 
 namespace tarn::bed {
@@ -132,36 +130,6 @@ TEST(SignedVariantTest, EachModuleOfEachVariantAnswersAsWindows) {
   }
 }
 
-// A revocation list of the machine's LocalMachine "CA" store while it lives. Wine writes a
-// deleted list back to the registry only in memory, so its key (the SHA-1 thumbprint, as on
-// Windows) goes directly.
-class ListedRevocation {
- public:
-  explicit ListedRevocation(const wchar_t* file) {
-    std::ifstream in((std::wstring(kPkiDir) + L"\\" + file).c_str(), std::ios::binary);
-    const std::vector<BYTE> der{std::istreambuf_iterator<char>(in),
-                                std::istreambuf_iterator<char>()};
-    crl_ = CertCreateCRLContext(X509_ASN_ENCODING, der.data(), static_cast<DWORD>(der.size()));
-    HCERTSTORE store =
-        CertOpenStore(CERT_STORE_PROV_SYSTEM_W, 0, 0, CERT_SYSTEM_STORE_LOCAL_MACHINE, L"CA");
-    EXPECT_TRUE(crl_ && store &&
-                CertAddCRLContextToStore(store, crl_, CERT_STORE_ADD_REPLACE_EXISTING, nullptr));
-    if (store) CertCloseStore(store, 0);
-  }
-  ~ListedRevocation() {
-    BYTE sha1[20];
-    DWORD size = sizeof sha1;
-    if (!crl_ || !CertGetCRLContextProperty(crl_, CERT_SHA1_HASH_PROP_ID, sha1, &size)) return;
-    char key[100] = "Software\\Microsoft\\SystemCertificates\\CA\\CRLs\\";
-    for (DWORD i = 0; i < size; ++i) snprintf(key + strlen(key), 3, "%02X", sha1[i]);
-    EXPECT_EQ(RegDeleteTreeA(HKEY_LOCAL_MACHINE, key), ERROR_SUCCESS);
-    CertFreeCRLContext(crl_);
-  }
-
- private:
-  PCCRL_CONTEXT crl_ = nullptr;
-};
-
 TEST(SignedVariantTest, ASignerIsRevokedOnlyByTheListAtHand) {
   // WTD_REVOKE_WHOLECHAIN from cached data only: without its root's list a revoked signer's
   // status is unknown and offline, which the default policy accepts, as for every signer here.
@@ -169,7 +137,7 @@ TEST(SignedVariantTest, ASignerIsRevokedOnlyByTheListAtHand) {
   const std::wstring good = std::wstring(kSignedDir) + L"\\timestamped\\sample.dll";
   EXPECT_EQ(Verify(revoked).result, 0);
   {
-    ListedRevocation list(L"cs-root.crl");
+    ListedRevocation list(std::wstring(kPkiDir) + L"\\cs-root.crl");
     EXPECT_EQ(static_cast<DWORD>(Verify(revoked).result), static_cast<DWORD>(CERT_E_REVOKED));
     EXPECT_EQ(Verify(good).result, 0);
   }
