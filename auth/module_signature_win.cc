@@ -6,7 +6,10 @@
 #include <softpub.h>
 // clang-format on
 
+#include <optional>
+
 #include "auth/module_signature.h"
+#include "auth/trust_request_win.h"
 #include "base/log.h"
 #include "base/win_handles.h"
 
@@ -24,8 +27,8 @@ std::wstring GetCertificateCommonName(PCCERT_CONTEXT certificate, Logger* log) {
     UniqueHlocal buffer(LocalAlloc(0, count * sizeof(wchar_t)));
     if (buffer) {
       auto* text = static_cast<wchar_t*>(buffer.get());
-      CertGetNameStringW(certificate, CERT_NAME_ATTR_TYPE, 0,
-                         const_cast<char*>(szOID_COMMON_NAME), text, count);
+      CertGetNameStringW(certificate, CERT_NAME_ATTR_TYPE, 0, const_cast<char*>(szOID_COMMON_NAME),
+                         text, count);
       name.assign(text, count);
     }
   }
@@ -36,20 +39,11 @@ std::wstring GetCertificateCommonName(PCCERT_CONTEXT certificate, Logger* log) {
 class WinTrustVerification final : public TrustVerification {
  public:
   int32_t Verify(const std::wstring& filePath) override {
-    path_ = filePath;
-    file_.cbStruct = sizeof file_;
-    file_.pcwszFilePath = path_.c_str();
-    data_.cbStruct = sizeof data_;
-    data_.dwUIChoice = WTD_UI_NONE;
-    data_.fdwRevocationChecks = WTD_REVOKE_WHOLECHAIN;
-    data_.dwUnionChoice = WTD_CHOICE_FILE;
-    data_.pFile = &file_;
-    data_.dwStateAction = WTD_STATEACTION_VERIFY;
-    data_.dwProvFlags = WTD_CACHE_ONLY_URL_RETRIEVAL;  // revocation from cached data only
-    return WinVerifyTrust(nullptr, &action_, &data_);
+    request_.emplace(filePath);
+    return request_->Verify();
   }
   bool ProviderData() override {
-    provider_ = WTHelperProvDataFromStateData(data_.hWVTStateData);
+    provider_ = WTHelperProvDataFromStateData(request_->state());
     return provider_ != nullptr;
   }
   bool PrimarySigner() override {
@@ -69,17 +63,13 @@ class WinTrustVerification final : public TrustVerification {
     return GetCertificateCommonName(certificate_->pCert, log);
   }
   uint32_t Close() override {
-    data_.dwStateAction = WTD_STATEACTION_CLOSE;
-    WinVerifyTrust(nullptr, &action_, &data_);
+    request_->Close();
     return GetLastError();
   }
   uint32_t LastError() override { return GetLastError(); }
 
  private:
-  GUID action_ = WINTRUST_ACTION_GENERIC_VERIFY_V2;
-  std::wstring path_;
-  WINTRUST_FILE_INFO file_{};
-  WINTRUST_DATA data_{};
+  std::optional<TrustRequest> request_;
   CRYPT_PROVIDER_DATA* provider_ = nullptr;
   CRYPT_PROVIDER_SGNR* signer_ = nullptr;
   CRYPT_PROVIDER_CERT* certificate_ = nullptr;

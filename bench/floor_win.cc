@@ -11,7 +11,8 @@
 //     link:LIBRARY                       signature check, load, one GetInstallationLinks call
 //     challenge:KEY                      16 random bytes, two SHA-256 hashes, the nonce written to
 //                                        HKCU\KEY under the nonce key's access list
-// Every step's check is the tool's: WinVerifyTrust with the same request, then the close.
+// Every step's check is the tool's: WinVerifyTrust with the same request
+// (auth/trust_request_win.h), then the close.
 #include <windows.h>
 // After windows.h, which they need.
 #include <bcrypt.h>
@@ -28,6 +29,7 @@
 #include <vector>
 
 #include "agent/sdk_interface.h"
+#include "auth/trust_request_win.h"
 
 namespace {
 
@@ -38,22 +40,9 @@ bool evented = false;
 char requestId[40] = {};
 
 bool CheckSignature(const std::wstring& path) {
-  GUID action = WINTRUST_ACTION_GENERIC_VERIFY_V2;
-  WINTRUST_FILE_INFO file{};
-  file.cbStruct = sizeof file;
-  file.pcwszFilePath = path.c_str();
-  WINTRUST_DATA data{};
-  data.cbStruct = sizeof data;
-  data.dwUIChoice = WTD_UI_NONE;
-  data.fdwRevocationChecks = WTD_REVOKE_WHOLECHAIN;
-  data.dwUnionChoice = WTD_CHOICE_FILE;
-  data.pFile = &file;
-  data.dwStateAction = WTD_STATEACTION_VERIFY;
-  data.dwProvFlags = WTD_CACHE_ONLY_URL_RETRIEVAL;
-  const LONG trust = WinVerifyTrust(nullptr, &action, &data);
-  if (trust != 0) return false;
-  data.dwStateAction = WTD_STATEACTION_CLOSE;
-  WinVerifyTrust(nullptr, &action, &data);
+  tarn::TrustRequest request(path);
+  if (request.Verify() != 0) return false;
+  request.Close();
   return true;
 }
 

@@ -23,6 +23,7 @@
 #include <string>
 #include <vector>
 
+#include "auth/trust_request_win.h"
 #include "base/test_listed_revocation_win.h"
 #include "tests/bed/bed_paths.h"
 
@@ -50,22 +51,10 @@ std::wstring CommonName(PCCERT_CONTEXT cert) {
 }
 
 TrustAnswer Verify(const std::wstring& path) {
-  WINTRUST_FILE_INFO file{};
-  file.cbStruct = sizeof file;
-  file.pcwszFilePath = path.c_str();
-  WINTRUST_DATA data{};
-  data.cbStruct = sizeof data;
-  data.dwUIChoice = WTD_UI_NONE;
-  data.fdwRevocationChecks = WTD_REVOKE_WHOLECHAIN;
-  data.dwUnionChoice = WTD_CHOICE_FILE;
-  data.pFile = &file;
-  data.dwStateAction = WTD_STATEACTION_VERIFY;
-  data.dwProvFlags = WTD_CACHE_ONLY_URL_RETRIEVAL;
-  GUID action = WINTRUST_ACTION_GENERIC_VERIFY_V2;
-
+  TrustRequest request(path);
   TrustAnswer answer;
-  answer.result = WinVerifyTrust(nullptr, &action, &data);
-  if (CRYPT_PROVIDER_DATA* provider = WTHelperProvDataFromStateData(data.hWVTStateData)) {
+  answer.result = request.Verify();
+  if (CRYPT_PROVIDER_DATA* provider = WTHelperProvDataFromStateData(request.state())) {
     if (CRYPT_PROVIDER_SGNR* signer = WTHelperGetProvSignerFromChain(provider, 0, FALSE, 0)) {
       for (DWORD i = 0; i < signer->csCounterSigners; ++i) {
         CRYPT_PROVIDER_SGNR* counter = WTHelperGetProvSignerFromChain(provider, 0, TRUE, i);
@@ -76,8 +65,7 @@ TrustAnswer Verify(const std::wstring& path) {
       }
     }
   }
-  data.dwStateAction = WTD_STATEACTION_CLOSE;
-  answer.closeResult = WinVerifyTrust(nullptr, &action, &data);
+  answer.closeResult = request.Close();
   return answer;
 }
 
