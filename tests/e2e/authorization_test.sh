@@ -16,9 +16,9 @@ guarded() {  # NAME EXPECTED_CODE LOG_LINE TOKEN [WHEN] [CERT_TEXT] [COMMAND] [T
   local cert=${6:-$leaf_text} command=${7:--competitorsassessment}
   shift 7 2>/dev/null || shift $#
   : >"$dir/log.txt"
-  challenge_for "$token" || { failed=$((failed + 1)); echo "not ok - $name: no challenge"; return; }
+  challenge_for "$token" || { fail "$name: no challenge"; return; }
   local time
-  time=$(signed_time "$challenge" "$when" "$@") || { failed=$((failed + 1)); return; }
+  time=$(signed_time "$challenge" "$when" "$@") || { fail "$name: no signed time"; return; }
   tool "$command" -authToken "$token" -certificate "$cert" -executionTime "$time"
   check "$name" "$expected" "$line"
 }
@@ -112,8 +112,7 @@ guarded "deep nesting" 3 'Failed to decode signed auth message. Error code: 3' \
 challenge_for "not base64!" &&
   tool -competitorsassessment -authToken "not base64!" -certificate "$leaf_text" -executionTime AAAA
 [ "$code" != 0 ] && [ "$code" != 12 ] && [ "$code" != 160 ] && log_has 'Failed to decrypt authToken data. Error code: ' &&
-  { passed=$((passed + 1)); echo "ok - bad base64 (exit $code)"; } ||
-  { failed=$((failed + 1)); echo "not ok - bad base64: exit $code"; }
+  pass "bad base64 (exit $code)" || fail "bad base64: exit $code"
 
 # The certificate from a file.
 token=$(auth --permission 19 --identifier "0:$hwid")
@@ -140,11 +139,9 @@ for line in open(sys.argv[1], encoding="utf-8"):
 expected_removal='{"type":"oxsdk","data":{"Product.Installer":[{"@name":"InstallerRemove","input":{"uninstall_link":"http://'"$uninstall_host"':8080/quellon/uninstall/11/00000000-0000-0000-0000-0019B91931E3","keepQuarantine":true,"rebootIfNeeded":true}}]}}'
 check_removal() {  # NAME EXPECTED_OUTPUT EXPECTED_REQUESTS
   if [ "$out" = "$2" ] && [ "$(removals)" = "$3" ]; then
-    passed=$((passed + 1))
-    echo "ok - $1"
+    pass "$1"
   else
-    failed=$((failed + 1))
-    echo "not ok - $1: answer \"$out\", removal requests: $(removals)"
+    fail "$1: answer \"$out\", removal requests: $(removals)"
   fi
 }
 rm -f "$journal"
@@ -170,7 +167,7 @@ challenge_for "$token"
 tool -uninstall "password" -authToken "$token" -certificate "$leaf_text" \
   -executionTime "$(signed_time "$challenge" 20260601120000Z)"
 check "an argument besides the options" 160 "$authorized"
-log_has 'Starting uninstall' && { failed=$((failed + 1)); echo "not ok - it is not logged"; }
+log_has 'Starting uninstall' && fail "it is not logged"
 check_removal "nothing printed, nothing asked" "" ""
 
 "$top/scripts/simagent.sh" remove >/dev/null 2>&1

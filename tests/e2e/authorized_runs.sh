@@ -2,7 +2,8 @@
 # folder of its own in the prefix, the simulated agent (healthy) for the endpoint's identity, the
 # test PKI, and authorizations made by the test issuer (tools/auth-issuer).
 #   . authorized_runs.sh WINDOWS_BUILD_DIR FOLDER
-# Defines tool, log_has, challenge_for, auth, signed_time, check and the counters passed/failed.
+# Defines tool, log_has, challenge_for, auth, signed_time, check, pass, fail and the counters
+# passed/failed.
 top=$(cd "$(dirname "${BASH_SOURCE[0]}")/../.." && pwd)
 build=$(cd "${1:?usage: . authorized_runs.sh WINDOWS_BUILD_DIR FOLDER}" && pwd)
 folder=${2:?usage: . authorized_runs.sh WINDOWS_BUILD_DIR FOLDER}
@@ -53,13 +54,13 @@ signed_time() {  # CHALLENGE EXECUTION_TIME [issuer options]
 leaf_text=$(cat "$pki/auth-leaf.b64")
 
 passed=0 failed=0
+pass() { passed=$((passed + 1)) && echo "ok - $1"; }      # NAME
+fail() { failed=$((failed + 1)) && echo "not ok - $1"; }  # "NAME: WHAT WAS SEEN"
 check() {  # NAME EXPECTED_CODE [LOG_LINE]
   if [ "$code" = "$2" ] && { [ -z "${3:-}" ] || log_has "$3"; }; then
-    passed=$((passed + 1))
-    echo "ok - $1"
+    pass "$1"
   else
-    failed=$((failed + 1))
-    echo "not ok - $1: exit $code (expected $2)${3:+, log line \"$3\" $(log_has "$3" && echo present || echo missing)}"
+    fail "$1: exit $code (expected $2)${3:+, log line \"$3\" $(log_has "$3" && echo present || echo missing)}"
   fi
 }
 authorized='Finished to validate authorization successfully. Operation is authorized'

@@ -26,7 +26,7 @@ swapped() {  # NAME EXPECTED_CODE LOG_LINE SIGNER READ_TEXT LATER_FILE
   : >"$dir/log.txt"
   rm -f "$dir/service.b64" "$dir/later.b64"
   token=$(own_auth "$signer")
-  challenge_for "$token" || { failed=$((failed + 1)); echo "not ok - $name: no challenge"; return; }
+  challenge_for "$token" || { fail "$name: no challenge"; return; }
   local time
   time=$(own_time "$signer" "$challenge")
   cp "$later" "$dir/later.b64"
@@ -48,8 +48,7 @@ swapped() {  # NAME EXPECTED_CODE LOG_LINE SIGNER READ_TEXT LATER_FILE
   wait "$writer"
   check "$name" "$expected" "$line"
   if [ "$expected" != 0 ] && log_has "$authorized"; then
-    failed=$((failed + 1))
-    echo "not ok - $name: authorized"
+    fail "$name: authorized"
   fi
 }
 

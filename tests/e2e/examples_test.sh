@@ -17,11 +17,9 @@ example() {  # SCRIPT ARGUMENTS...: runs it with cmd.exe; sets $code and $out
 }
 expect() {  # NAME EXPECTED_CODE EXPECTED_OUTPUT
   if [ "$code" = "$2" ] && [ "$out" = "$3" ]; then
-    passed=$((passed + 1))
-    echo "ok - $1"
+    pass "$1"
   else
-    failed=$((failed + 1))
-    echo "not ok - $1: exit $code, output \"$out\" (expected $2, \"$3\")"
+    fail "$1: exit $code, output \"$out\" (expected $2, \"$3\")"
   fi
 }
 scenario() { "$top/scripts/simagent.sh" scenario "$1" >/dev/null || echo "cannot switch to $1"; }

@@ -36,12 +36,10 @@ expect() {  # NAME EXPECTED_CODE LOG_LINE [REQUEST]: nothing printed, exactly th
   local got
   got=$(requests)
   if [ "$code" = "$2" ] && [ -z "$out" ] && log_has "$3" && [ "$got" = "${4:-}" ]; then
-    passed=$((passed + 1))
-    echo "ok - $1"
+    pass "$1"
   else
-    failed=$((failed + 1))
-    echo "not ok - $1: exit $code (expected $2), output \"$out\", log line \"$3\"" \
-      "$(log_has "$3" && echo present || echo missing), requests: ${got:-none}"
+    fail "$1: exit $code (expected $2), output \"$out\", log line \"$3\"\
+ $(log_has "$3" && echo present || echo missing), requests: ${got:-none}"
   fi
 }
 
