@@ -100,6 +100,17 @@ chain() {
   shift
   cat "$name.pem" "${@/%/.pem}" >"$name-chain.pem"
 }
+# NAME ISSUER: revokes NAME and writes ISSUER.crl (DER, valid as long as the CA), then starts a
+# fresh database, so that the next list names only its own certificates.
+revoke() {
+  local -x SAN_HOST=${SAN_HOST:-unused}  # the configuration names it
+  openssl ca -config openssl.cnf -revoke "$1.pem" -cert "$2.pem" -keyfile "$2.key" 2>ca.log &&
+    openssl ca -config openssl.cnf -gencrl -crldays 10950 -crlexts crl_ext -cert "$2.pem" \
+      -keyfile "$2.key" -out "$2-crl.pem" 2>ca.log &&
+    openssl crl -in "$2-crl.pem" -outform der -out "$2.crl" && rm -f "$2-crl.pem" ||
+    { cat ca.log >&2; exit 1; }
+  : >index.txt
+}
 ca() { issue "$1" "$2" "$3" "$4" "$ca_from" "$ca_to"; }
 leaf() { issue "$1" "$2" "$3" "$4" "$leaf_from" "$leaf_to"; }
 
@@ -114,19 +125,9 @@ leaf cs-untrusted-signer "/O=Arvantis SRL/CN=Arvantis SRL" code_signing cs-untru
 leaf cs-tsa "/CN=TARN Test Time Stamping Authority" time_stamping cs-root
 for n in cs-signer cs-foreign cs-capitals cs-tsa; do chain "$n" cs-root; done
 chain cs-untrusted-signer cs-untrusted-root
-# The maker's name revoked by the root: the root's revocation list (DER) lists it alone. A fresh
-# database afterwards, so that the next list names only its own certificates.
+# The maker's name revoked by the root: the root's revocation list lists it alone.
 leaf cs-signer-revoked "/O=Arvantis SRL/CN=Arvantis SRL" code_signing cs-root
 chain cs-signer-revoked cs-root
-revoke() {  # NAME ISSUER: revokes NAME and writes ISSUER.crl
-  export SAN_HOST=${SAN_HOST:-unused}  # the configuration names it
-  openssl ca -config openssl.cnf -revoke "$1.pem" -cert "$2.pem" -keyfile "$2.key" 2>ca.log &&
-    openssl ca -config openssl.cnf -gencrl -crldays 10950 -crlexts crl_ext -cert "$2.pem" \
-      -keyfile "$2.key" -out "$2-crl.pem" 2>ca.log &&
-    openssl crl -in "$2-crl.pem" -outform der -out "$2.crl" && rm -f "$2-crl.pem" ||
-    { cat ca.log >&2; exit 1; }
-  : >index.txt
-}
 revoke cs-signer-revoked cs-root
 
 # Authorization service: the expected issuer name under a trusted test root, and the faulty
