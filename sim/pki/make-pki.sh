@@ -21,6 +21,13 @@ ca_from=$(when '3 years ago') ca_to=$(when '30 years')
 leaf_from=$(when '1 day ago') leaf_to=$(when '25 years')
 old_from=$(when '2 years ago') old_to=$(when '1 year ago')
 
+# The authorization service's leaves, with and without a revocation list's distribution point.
+tls_server='basicConstraints = critical, CA:FALSE
+keyUsage = critical, digitalSignature, keyEncipherment
+extendedKeyUsage = serverAuth
+subjectKeyIdentifier = hash
+authorityKeyIdentifier = keyid
+subjectAltName = DNS:${ENV::SAN_HOST}'
 cat >openssl.cnf <<EOF
 [ca]
 default_ca = test_ca
@@ -58,19 +65,9 @@ extendedKeyUsage = critical, timeStamping
 subjectKeyIdentifier = hash
 authorityKeyIdentifier = keyid
 [tls_server]
-basicConstraints = critical, CA:FALSE
-keyUsage = critical, digitalSignature, keyEncipherment
-extendedKeyUsage = serverAuth
-subjectKeyIdentifier = hash
-authorityKeyIdentifier = keyid
-subjectAltName = DNS:\${ENV::SAN_HOST}
+$tls_server
 [tls_server_listed]
-basicConstraints = critical, CA:FALSE
-keyUsage = critical, digitalSignature, keyEncipherment
-extendedKeyUsage = serverAuth
-subjectKeyIdentifier = hash
-authorityKeyIdentifier = keyid
-subjectAltName = DNS:\${ENV::SAN_HOST}
+$tls_server
 crlDistributionPoints = URI:http://crl.tarn-test.invalid/auth-ca.crl
 [crl_ext]
 authorityKeyIdentifier = keyid
