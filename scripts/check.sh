@@ -8,7 +8,8 @@ set -uo pipefail
 testbed_up || exit 1
 trap testbed_down EXIT
 
-passed=0 failed=0 status=0
+# What failed, repeated just above the last line: CI keeps only the end of the output.
+passed=0 failed=0 status=0 recap=()
 for tree in native asan tsan windows; do
   echo "== $tree tests"
   log=$top/build/$tree/ctest.log
@@ -23,7 +24,15 @@ for tree in native asan tsan windows; do
   fi
   if [ $rc -ne 0 ]; then
     status=1
-    [ -n "$summary" ] || { tail -n 30 "$log"; failed=$((failed + 1)); }
+    if [ -n "$summary" ]; then
+      mapfile -t lines < <(sed -n '/The following tests FAILED:/,$p' "$log" | grep -E '^[[:space:]]+[0-9]+ - ')
+    else
+      # No summary: ctest stopped before running anything, mostly a test program it could not list.
+      tail -n 30 "$log"
+      failed=$((failed + 1))
+      mapfile -t lines < <(grep -E "Path: |Result: |Error|error" "$log" | head -n 6)
+    fi
+    recap+=("$tree:" "${lines[@]}")
   fi
 done
 # The release, built twice from clean (only the tool and the contract generator, without the
@@ -37,7 +46,7 @@ if [[ $line == "release: ok"* ]]; then
   passed=$((passed + 1))
 else
   tail -n 20 "$release_log"
-  failed=$((failed + 1)) status=1
+  failed=$((failed + 1)) status=1 recap+=("release: $line")
 fi
 # A short smoke of each fuzz target, about 3 minutes for all (fuzz/run.sh runs them longer on demand).
 echo "== fuzz smoke (${TARN_FUZZ_SECONDS:=13} s per target)"
@@ -45,9 +54,13 @@ while read -r line; do
   echo "$line"
   case $line in
     fuzz_*": ok,"*) passed=$((passed + 1)) ;;
-    fuzz_*) failed=$((failed + 1)) status=1 ;;
+    fuzz_*) failed=$((failed + 1)) status=1 recap+=("$line") ;;
   esac
 done < <(nice -n 19 "$top/fuzz/run.sh" "$TARN_FUZZ_SECONDS" 2>&1 || echo "fuzz_run: FAILED")
 
+if [ ${#recap[@]} -gt 0 ]; then
+  echo "== failed"
+  printf '  %s\n' "${recap[@]}" | head -n 20
+fi
 echo "$passed passed, $failed failed"
 exit $status
