@@ -46,13 +46,4 @@ uint32_t WriteScanLog(const std::wstring& taskId, const std::wstring& fileName,
   return SetFileTime(file.get(), nullptr, nullptr, &time) ? 0 : GetLastError();
 }
 
-uint32_t ReadLastWriteTime(const std::filesystem::path& file, int64_t* lastWrite) {
-  WIN32_FILE_ATTRIBUTE_DATA data{};
-  if (!GetFileAttributesExW(file.c_str(), GetFileExInfoStandard, &data)) return GetLastError();
-  const int64_t ticks = (static_cast<int64_t>(data.ftLastWriteTime.dwHighDateTime) << 32) |
-                        data.ftLastWriteTime.dwLowDateTime;
-  *lastWrite = (ticks - kUnixEpochTicks) / kTicksPerSecond;
-  return 0;
-}
-
 }  // namespace tarn::sim

@@ -23,7 +23,4 @@ std::string ScanSummaryXml(std::string_view startTime, std::string_view duration
 [[nodiscard]] uint32_t WriteScanLog(const std::wstring& taskId, const std::wstring& fileName,
                                     std::string_view content, int64_t lastWrite);
 
-// The file's last-write time in seconds since 1970 (rounded down).
-[[nodiscard]] uint32_t ReadLastWriteTime(const std::filesystem::path& file, int64_t* lastWrite);
-
 }  // namespace tarn::sim
