@@ -148,6 +148,8 @@ const ExitCodeList kAuthorizationExitCodes = CodesOf(kGateCodes);
 // Each row: command, word, argument rule and count, start lines, bad-arguments line, finish line
 // and whether the code follows it, prints always, permissions, legacy support, reply time-out,
 // product wait, and the contract: argument form, answer, exit codes, traits.
+// Laid out by hand, so that a row reads as one record.
+// clang-format off
 constexpr CommandFacts kCommandFacts[kCommandRows] = {
     {Command::kUninstall, L"-uninstall", kHandlerParses, 2, {L"Starting uninstall"},
      L"Bad arguments for uninstall", nullptr, false, true, {{&kUninstallPermission}}, true,
@@ -329,6 +331,7 @@ constexpr CommandFacts kCommandFacts[kCommandRows] = {
               "a fresh challenge, 64 lowercase hex digits",
               kChallengeCodes, 0)},
 };
+// clang-format on
 
 namespace {
 
