@@ -20,11 +20,10 @@ bool WaitForOutcome(const SdkExchange& exchange, int64_t explicitTimeoutMs, Logg
   std::unique_lock<std::mutex> lock(SessionState.mutex);
   if (explicitTimeoutMs < 0) {
     WriteLog(log, L"Set wait timeout");
-    const std::chrono::milliseconds timeout =
-        exchange.replyTimeout.count() >= 0 ? exchange.replyTimeout
-                                           : ReplyTimeoutFor(exchange.commandName);
-    return WaitUntil(SessionState, lock, timeout,
-                     [] { return SessionState.replyReceived.load(); });
+    const std::chrono::milliseconds timeout = exchange.replyTimeout.count() >= 0
+                                                  ? exchange.replyTimeout
+                                                  : ReplyTimeoutFor(exchange.commandName);
+    return WaitUntil(SessionState, lock, timeout, [] { return SessionState.replyReceived.load(); });
   }
   WriteLog(log, L"Wait for thread");
   return WaitUntil(SessionState, lock, std::chrono::milliseconds(explicitTimeoutMs),

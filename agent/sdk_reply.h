@@ -1,4 +1,4 @@
-// Reading the agent's reply: { "response": { "data": { <namespace>: [ { "error", "output" } ] } } }.
+// Reading the agent's reply: {"response": {"data": {<namespace>: [{"error", "output"}]}}}.
 #pragma once
 
 #include <rapidjson/document.h>

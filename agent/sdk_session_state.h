@@ -17,7 +17,7 @@ namespace tarn {
 struct SdkSessionState {
   std::mutex mutex;
   std::condition_variable changed;
-  std::string reply;                      // guarded by mutex
+  std::string reply;  // guarded by mutex
   std::atomic<bool> replyReceived{false};
   // Whether the session's wait ended with the reply in hand (a reply may still arrive after it
   // has read the buffer); guarded by mutex.
@@ -52,8 +52,8 @@ bool WaitUntil(SdkSessionState& state, std::unique_lock<std::mutex>& lock,
   using Clock = std::chrono::steady_clock;
   const Clock::time_point now = Clock::now();
   const Clock::time_point deadline =
-      timeout > std::chrono::duration_cast<std::chrono::milliseconds>(Clock::time_point::max() -
-                                                                      now)
+      timeout >
+              std::chrono::duration_cast<std::chrono::milliseconds>(Clock::time_point::max() - now)
           ? Clock::time_point::max()
           : now + timeout;
   constexpr auto kSlice = std::chrono::hours(24);

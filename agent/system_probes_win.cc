@@ -47,8 +47,7 @@ uint32_t IsRebootRequired(uint32_t& required, Logger* log) {
   required = 0;
   // The 64-bit view is tried whenever the question could be asked, whatever the answer.
   if (asked) {
-    WriteLog(log,
-             L"Process is 64 bit. Open \"SOFTWARE\\Endpoint Security.removed\" registry key");
+    WriteLog(log, L"Process is 64 bit. Open \"SOFTWARE\\Endpoint Security.removed\" registry key");
     if (RebootMarkerPresent(KEY_WOW64_64KEY)) {
       WriteLog(log, L"Key registry was found. Reboot is required");
       required = 1;

@@ -1,8 +1,7 @@
-#include "app/wiring.h"
-
 #include "agent/endpoint_identity.h"
 #include "agent/sdk_session.h"
 #include "agent/service_probes.h"
+#include "app/wiring.h"
 #include "auth/module_signature.h"
 
 namespace tarn {

@@ -25,10 +25,9 @@ bool LockForAppend(HANDLE file, OVERLAPPED& at) {
 // granted only because a byte-range lock needs it. Others may read and append to the log while it
 // is open, as with the runtime's own streams.
 AppendFile::AppendFile(const std::wstring& path) {
-  const HANDLE file =
-      CreateFileW(path.c_str(), FILE_APPEND_DATA | FILE_READ_DATA | SYNCHRONIZE,
-                  FILE_SHARE_READ | FILE_SHARE_WRITE, nullptr, OPEN_ALWAYS, FILE_ATTRIBUTE_NORMAL,
-                  nullptr);
+  const HANDLE file = CreateFileW(path.c_str(), FILE_APPEND_DATA | FILE_READ_DATA | SYNCHRONIZE,
+                                  FILE_SHARE_READ | FILE_SHARE_WRITE, nullptr, OPEN_ALWAYS,
+                                  FILE_ATTRIBUTE_NORMAL, nullptr);
   if (file != INVALID_HANDLE_VALUE) handle_ = reinterpret_cast<intptr_t>(file);
 }
 

@@ -136,7 +136,8 @@ std::wstring DirectoryOf(std::wstring_view path) {
 
 std::wstring DirectoryPrefixOf(std::wstring_view path) {
   const size_t slash = path.rfind(L'\\');
-  return slash == std::wstring_view::npos ? std::wstring() : std::wstring(path.substr(0, slash + 1));
+  return slash == std::wstring_view::npos ? std::wstring()
+                                          : std::wstring(path.substr(0, slash + 1));
 }
 
 std::wstring ToLowerWide(std::wstring_view text) {

@@ -16,8 +16,7 @@ uint32_t GatherEndpointFields(const LifecycleSystem& system, const std::wstring&
                                        configPath, askAgent, log);
 }
 
-uint32_t LookUpAgentImagePath(const LifecycleSystem& system, std::wstring& imagePath,
-                              Logger* log) {
+uint32_t LookUpAgentImagePath(const LifecycleSystem& system, std::wstring& imagePath, Logger* log) {
   const uint32_t code = system.getServiceImagePath(kSecurityServiceKey, imagePath, log);
   if (code != 0) {
     WriteLog(log, code == kErrorFileNotFound ? L"File not found. TARN is not present"

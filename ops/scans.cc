@@ -122,9 +122,9 @@ uint32_t StartUpdate(int64_t& endpointSdkError, const AgentPlatform& platform, L
   WriteLog(log, L"Execute Update.StartUpdate method");
   rapidjson::Document reply;
   int32_t apiError = 0;
-  const uint32_t result = platform.executeSdkMethod(
-      reply, apiError, endpointSdkError, L"Update.StartUpdate", L"",
-      FactsOf(Command::kStartUpdate).word, log);
+  const uint32_t result =
+      platform.executeSdkMethod(reply, apiError, endpointSdkError, L"Update.StartUpdate", L"",
+                                FactsOf(Command::kStartUpdate).word, log);
   if (result != 0) {
     WriteLog(log, L"Failed to execute method. Error code: " + std::to_wstring(result));
   }

@@ -59,8 +59,7 @@ enum class Verdict { kNextKey, kNextLocation, kFail };
 
 // The time rules for one location, after its "update" or "check" run passed the error test.
 Verdict CheckTimes(const rapidjson::Value& location, const rapidjson::Value& name,
-                   const rapidjson::Value* settings, int64_t now, uint32_t& upToDate,
-                   Logger* log) {
+                   const rapidjson::Value* settings, int64_t now, uint32_t& upToDate, Logger* log) {
   const rapidjson::Value* check = ObjectMember(location, "check");
   if (check == nullptr) {
     WriteLog(log, L"Invalid JSON. Could not find \"check\" field");
@@ -84,8 +83,8 @@ Verdict CheckTimes(const rapidjson::Value& location, const rapidjson::Value& nam
     return Verdict::kFail;
   }
   const bool checked = checkTime->GetInt64() != 0;
-  const double age = static_cast<double>(now) -
-                     static_cast<double>(std::max<int64_t>(updateTime->GetInt64(), 0));
+  const double age =
+      static_cast<double>(now) - static_cast<double>(std::max<int64_t>(updateTime->GetInt64(), 0));
 
   auto twoDayRule = [&](const wchar_t* message) {
     if (!checked || age <= kTwoDaysSeconds) {
@@ -212,8 +211,8 @@ uint32_t SelectUpdateStatus(const rapidjson::Value& status, const std::string& l
                       std::to_wstring(updateError));
     selected = updateError;
   }
-  payload = std::to_string(selected) + "|" + std::to_string(std::max(checkTime, updateTime)) +
-            "|" + std::to_string(lastSucceeded);
+  payload = std::to_string(selected) + "|" + std::to_string(std::max(checkTime, updateTime)) + "|" +
+            std::to_string(lastSucceeded);
   return 0;
 }
 
@@ -267,8 +266,8 @@ uint32_t DecideUpToDate(const rapidjson::Value& status, const rapidjson::Value* 
         upToDate = 0;
         break;
       }
-      const Verdict verdict = CheckTimes(location.value, location.name, settings, now, upToDate,
-                                         log);
+      const Verdict verdict =
+          CheckTimes(location.value, location.name, settings, now, upToDate, log);
       if (verdict == Verdict::kFail) return kErrorMalformed;
       if (verdict == Verdict::kNextLocation) break;
     }
