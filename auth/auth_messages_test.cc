@@ -67,10 +67,6 @@ TEST(AuthMessagesTest, IssuedMessagesDecode) {
   ASSERT_EQ(DecodeSignedAuthMessage(empty, issued::kAuthEmptySets, nullptr), 0u);
   EXPECT_TRUE(empty.permissions.empty() && empty.identifiers.empty());
 
-  SignedAuthMessage withAndWithoutZ;
-  ASSERT_EQ(DecodeSignedAuthMessage(withAndWithoutZ, issued::kAuthWithAndWithoutZ, nullptr), 0u);
-  EXPECT_EQ(withAndWithoutZ.validFrom, withAndWithoutZ.validTo);
-
   SignedTimeMessage time;
   ASSERT_EQ(DecodeSignedTimeMessage(time, issued::kTimeMessage, log.get()), 0u);
   EXPECT_TRUE(ContainsInOrder(log.Take(), {"Finished to decode time message successfully",
@@ -80,9 +76,6 @@ TEST(AuthMessagesTest, IssuedMessagesDecode) {
   EXPECT_EQ(time.signature.size(), 256u);
   EXPECT_EQ(time.messageBytes.front(), 0x30);
 
-  SignedTimeMessage withoutZ;
-  ASSERT_EQ(DecodeSignedTimeMessage(withoutZ, issued::kTimeWithoutZ, nullptr), 0u);
-  EXPECT_EQ(withoutZ.executionTime, time.executionTime);
   SignedTimeMessage timeIndefinite;
   ASSERT_EQ(DecodeSignedTimeMessage(timeIndefinite, issued::kTimeIndefinite, nullptr), 0u);
   EXPECT_EQ(timeIndefinite.messageBytes, time.messageBytes);
