@@ -165,7 +165,8 @@ TEST(AuthorizationGateTest, OptionsAreTakenOutOfTheCommandLine) {
   } cases[] = {
       {"status command keeps its words",
        Command({Word(Command::kGetUpdateStatus), L"-authToken"}, {}), 0, true, false, 3},
-      {"legacy uninstall", Command({Word(Command::kUninstall), L"secret"}, {}), 0, true, false, 3},
+      {"legacy uninstall, in capitals", Command({Upper(Word(Command::kUninstall)), L"secret"}, {}),
+       0, true, false, 3},
       {"uninstall with some options", Command({Word(Command::kUninstall), L"-authtoken", L"A"}, {}),
        87, false, false, 2},
       {"both certificate forms",
