@@ -17,12 +17,8 @@ TEST(FrontEndTest, ArgumentCountAndCommandWords) {
       {{}, {160, ""}, nullptr},
       {std::vector<std::wstring>(30, L"-checkis64bitos"), {160, ""}, nullptr},  // 31 with argv[0]
       {std::vector<std::wstring>(29, L"-checkis64bitos"), {0, "1"}, ""},
-      {{L"-CheckIs64BitOS"}, {0, "1"}, ""},
-      // A near miss of a command word (no hyphen, one letter more, nothing) is an unknown word.
+      // Near misses are CommandFactsTest's (the gate's lookup); the dispatcher maps whole words.
       {{L"-foo"}, {160, ""}, "Invalid arguments"},
-      {{L"checkis64bitos"}, {160, ""}, "Invalid arguments"},
-      {{L"-getinstallationlinks"}, {160, ""}, "Invalid arguments"},
-      {{L""}, {160, ""}, "Invalid arguments"},
       {{L"-checkiflegacyversion", L"any", L"arguments"}, {0, "0"}, "Returned value of legacy: 0"},
   };
   for (const auto& c : cases) {

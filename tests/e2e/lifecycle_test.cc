@@ -3,8 +3,6 @@
 #include <gtest/gtest.h>
 #include <windows.h>
 
-#include <algorithm>
-
 #include "base/text.h"
 #include "base/win_handles.h"
 #include "tests/e2e/simulated_agent.h"
@@ -22,14 +20,6 @@ const std::string kIdentity =
     R"(","companyID":"C-000451"}}})";
 
 std::string Utf8(const std::filesystem::path& path) { return WideToUtf8(path.wstring()); }
-
-// The child runner logs nothing of its own: a password on its command line would reach the log.
-bool RunnerLogged(const Sandbox& box) {
-  const auto log = box.LogMessages();
-  return std::any_of(log.begin(), log.end(), [](const std::string& line) {
-    return line.rfind("Starting process from", 0) == 0;
-  });
-}
 
 class LifecycleTest : public AgentTest {
  protected:
@@ -97,12 +87,8 @@ TEST_F(LifecycleTest, DetectAnswersTheAgentsState) {
       {R"({"default":{"reply":{"error":5}}})", {L"-detect"}, {5, "2|"}},  // no identity
       {"", {L"-detect", L"-reboot"}, {160, ""}},
   });
+  // Where the restart is read from is AgentStatusTest's; not asked for, it is DetectTest's.
   Sandbox box;
-  UseScenario("");
-  ASSERT_EQ(sim::SetRebootMarker(sim::RegistryView::k64Bit), 0u);
-  EXPECT_EQ(box.Run({L"-detect", L"-r"}).out, "3|||");
-  EXPECT_EQ(box.Run({L"-detect"}), (ToolRun{0, "1|" + kEndpoint}));  // asked without the flag
-
   DeleteServiceKey();
   EXPECT_EQ(box.Run({L"-detect"}), (ToolRun{2, "0|||"}));
 }
@@ -140,7 +126,6 @@ TEST_F(LifecycleTest, InstallerStartsWithTheDocumentedCommandLine) {
   EXPECT_EQ(Calls(Module::kInstaller, folder, true), std::vector<std::string>(4, Utf8(box.dir())));
 
   EXPECT_TRUE(box.Logged("TARN install process finished with exit code: 3221225477"));
-  EXPECT_FALSE(RunnerLogged(box));
 }
 
 bool Has(const std::string& text, const char* part) { return text.find(part) != std::string::npos; }
@@ -294,7 +279,8 @@ TEST_F(LifecycleTest, UninstallRunsTheAgentsInstallerThroughTheInterpreter) {
       box.Logged("Using the following uninstall command:  cmd /c " + quoted + " /remove /silent"));
   EXPECT_TRUE(box.Logged("An uninstall password was given"));
   EXPECT_TRUE(box.Logged("Uninstall TARN process finished with error code: 3010"));
-  EXPECT_FALSE(RunnerLogged(box));
+  // The child runner logs nothing of its own: the password on its command line never shows.
+  EXPECT_EQ(box.ReadFile("log.txt").find("p@ss"), std::string::npos);
 }
 
 TEST_F(LifecycleTest, UninstallAnswersHowFarItGot) {
