@@ -55,9 +55,6 @@ TEST(FrontEndTest, OnlyTheExactConfigurationLineSwitchesLoggingOn) {
 
 TEST(FrontEndTest, GetVersionAnswersTheProductVersionOfItsOwnResource) {
   Sandbox box;
-  EXPECT_EQ(box.Run({L"-getversion"}), (ToolRun{0, TARN_VERSION_TEXT}));
-  EXPECT_TRUE(box.Logged(std::string("RMM Tools version retrieved successfully. Version is: ") +
-                         TARN_VERSION_TEXT));
   EXPECT_EQ(box.Run({L"-getversion", L"extra"}), (ToolRun{160, ""}));
   EXPECT_EQ(box.LogMessages().back(), "Bad arguments.");
 
@@ -66,7 +63,8 @@ TEST(FrontEndTest, GetVersionAnswersTheProductVersionOfItsOwnResource) {
   Sandbox quiet(Sandbox::Logging::kOff), elsewhere;
   EXPECT_EQ(quiet.Run({L"-GETVERSION"}, L"tarn-rmm.exe", elsewhere.dir()),
             (ToolRun{0, TARN_VERSION_TEXT}));
-  EXPECT_TRUE(elsewhere.Exists("log.txt"));
+  EXPECT_TRUE(elsewhere.Logged(
+      std::string("RMM Tools version retrieved successfully. Version is: ") + TARN_VERSION_TEXT));
   EXPECT_FALSE(quiet.Exists("log.txt"));
 
   // A log file that cannot be opened does not stop the command.

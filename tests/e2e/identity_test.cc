@@ -134,8 +134,6 @@ TEST_F(IdentityTest, ConfigurationFileLocation) {
                                   {"HW-legacy", "CO-legacy", "G-legacy"}),
             0u);
   EXPECT_EQ(Located(), L"2 " + agentDirectory + L"\\oxag\\oxag.jso 0");
-  EXPECT_EQ(ReadAgentConfigFile(legacy, &hardwareId, nullptr, nullptr, nullptr), 0u);
-  EXPECT_EQ(hardwareId, "HW-legacy");
 
   DeleteServiceKey();
   EXPECT_EQ(Located(), L"0  0");

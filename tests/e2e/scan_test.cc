@@ -100,9 +100,9 @@ TEST_F(ScanCommandsTest, LastSystemScanReadsTheNewestLogOfEachTask) {
   write(kFull, L"b-newer.xml", "1700000000", 1700003000);
   write(kQuick, L"q.xml", "1650000000", 1650001000);
   EXPECT_EQ(box.Run({L"-getlastsystemscan"}), (ToolRun{0, "1700000065|1650000065"}));
-  const std::string folder = "Find log: C:\\Program Files\\Arvantis\\TARN\\Logs\\system\\";
-  EXPECT_TRUE(box.Logged(folder + "dcf483c4-26d0-4e6f-ba28-6a53a00adae1"));
-  EXPECT_TRUE(box.Logged(folder + "da29f7c8-23b1-4974-8d11-209959ac694b"));
+  EXPECT_TRUE(
+      box.Logged("Find log: C:\\Program Files\\Arvantis\\TARN\\Logs\\system\\"
+                 "dcf483c4-26d0-4e6f-ba28-6a53a00adae1"));
 
   ASSERT_EQ(sim::DeleteTree(sim::ScanLogFolder(sim::ScanTaskId(kFull))), 0u);
   EXPECT_EQ(box.Run({L"-getlastsystemscan"}).out, "1650000065");
