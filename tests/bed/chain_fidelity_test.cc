@@ -10,7 +10,6 @@
 
 #include <gtest/gtest.h>
 
-#include <cstring>
 #include <fstream>
 #include <iterator>
 #include <string>
@@ -25,24 +24,19 @@ namespace {
 using UniqueChain =
     UniqueHandle<handle_traits::Traits<PCCERT_CHAIN_CONTEXT, nullptr, CertFreeCertificateChain>>;
 
-std::vector<BYTE> ReadCertificate(const char* name) {
-  const std::wstring path = std::wstring(kPkiDir) + L"\\" + std::wstring(name, name + strlen(name));
-  std::ifstream in(path.c_str(), std::ios::binary);
-  return {std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>()};
-}
-
 TEST(AuthorizationLeafTest, EachRefusedLeafFailsForItsOwnReason) {
   const struct {
-    const char* file;
+    const wchar_t* file;
     DWORD errors;  // besides CERT_TRUST_REVOCATION_STATUS_UNKNOWN, which every chain may carry
   } cases[] = {
-      {"auth-leaf-expired.cer", CERT_TRUST_IS_NOT_TIME_VALID},
+      {L"auth-leaf-expired.cer", CERT_TRUST_IS_NOT_TIME_VALID},
       // Its issuer and root are in no store of the prefix, as on a machine that never met them.
-      {"auth-leaf-untrusted.cer", CERT_TRUST_IS_PARTIAL_CHAIN},
+      {L"auth-leaf-untrusted.cer", CERT_TRUST_IS_PARTIAL_CHAIN},
   };
   for (const auto& c : cases) {
-    SCOPED_TRACE(c.file);
-    std::vector<BYTE> der = ReadCertificate(c.file);
+    SCOPED_TRACE(testing::PrintToString(c.file));
+    std::ifstream in((std::wstring(kPkiDir) + L"\\" + c.file).c_str(), std::ios::binary);
+    std::vector<BYTE> der{std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>()};
     ASSERT_FALSE(der.empty());
     // As the tool receives it: the leaf alone, in a memory store.
     UniqueCertStore store(CertOpenStore(CERT_STORE_PROV_MEMORY, 0, 0, 0, nullptr));

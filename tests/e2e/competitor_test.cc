@@ -3,8 +3,6 @@
 #include <gtest/gtest.h>
 #include <windows.h>
 
-#include <chrono>
-
 #include "tests/e2e/authorizations.h"
 #include "tests/e2e/simulated_agent.h"
 #include "tests/e2e/tool_runner.h"
@@ -90,10 +88,8 @@ TEST_F(CompetitorTest, RefusalsAndMalformedReportsEndTheCommandWithTheirCode) {
     Sandbox box;
     std::vector<std::wstring> args = {c.command};
     if (args[0] == L"-removecompetitors") args.push_back(L"a");
-    const auto start = std::chrono::steady_clock::now();
-    const ToolRun run = Guarded(box, args, GrantFor(c.command));
-    EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(20)) << c.what;
-    EXPECT_EQ(run, (ToolRun{c.exitCode, ""})) << c.what;
+    // A run that waited for the event would pass the runner's limit and fail here.
+    EXPECT_EQ(Guarded(box, args, GrantFor(c.command)), (ToolRun{c.exitCode, ""})) << c.what;
     EXPECT_TRUE(box.Logged(c.line)) << c.what;
   }
 }

@@ -17,12 +17,8 @@ TEST(FrontEndTest, ArgumentCountAndCommandWords) {
       {{}, {160, ""}, nullptr},
       {std::vector<std::wstring>(30, L"-checkis64bitos"), {160, ""}, nullptr},  // 31 with argv[0]
       {std::vector<std::wstring>(29, L"-checkis64bitos"), {0, "1"}, ""},
-      {{L"-CheckIs64BitOS"}, {0, "1"}, ""},
-      // A near miss of a command word (no hyphen, one letter more, nothing) is an unknown word.
+      // Near misses are CommandFactsTest's (the gate's lookup); the dispatcher maps whole words.
       {{L"-foo"}, {160, ""}, "Invalid arguments"},
-      {{L"checkis64bitos"}, {160, ""}, "Invalid arguments"},
-      {{L"-getinstallationlinks"}, {160, ""}, "Invalid arguments"},
-      {{L""}, {160, ""}, "Invalid arguments"},
       {{L"-checkiflegacyversion", L"any", L"arguments"}, {0, "0"}, "Returned value of legacy: 0"},
   };
   for (const auto& c : cases) {
@@ -59,9 +55,6 @@ TEST(FrontEndTest, OnlyTheExactConfigurationLineSwitchesLoggingOn) {
 
 TEST(FrontEndTest, GetVersionAnswersTheProductVersionOfItsOwnResource) {
   Sandbox box;
-  EXPECT_EQ(box.Run({L"-getversion"}), (ToolRun{0, TARN_VERSION_TEXT}));
-  EXPECT_TRUE(box.Logged(std::string("RMM Tools version retrieved successfully. Version is: ") +
-                         TARN_VERSION_TEXT));
   EXPECT_EQ(box.Run({L"-getversion", L"extra"}), (ToolRun{160, ""}));
   EXPECT_EQ(box.LogMessages().back(), "Bad arguments.");
 
@@ -70,7 +63,8 @@ TEST(FrontEndTest, GetVersionAnswersTheProductVersionOfItsOwnResource) {
   Sandbox quiet(Sandbox::Logging::kOff), elsewhere;
   EXPECT_EQ(quiet.Run({L"-GETVERSION"}, L"tarn-rmm.exe", elsewhere.dir()),
             (ToolRun{0, TARN_VERSION_TEXT}));
-  EXPECT_TRUE(elsewhere.Exists("log.txt"));
+  EXPECT_TRUE(elsewhere.Logged(
+      std::string("RMM Tools version retrieved successfully. Version is: ") + TARN_VERSION_TEXT));
   EXPECT_FALSE(quiet.Exists("log.txt"));
 
   // A log file that cannot be opened does not stop the command.

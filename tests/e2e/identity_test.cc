@@ -81,8 +81,6 @@ TEST_F(IdentityTest, AgentFirstThenTheFile) {
       {"agent not asked", agentIdentity, false, kResultAgentNotAsked, "HW-file|CO-file", 0,
        kFileRoute},
       {"agent's error", R"({"reply":{"error":5}})", true, 5, "HW-file|CO-file", 1, kFileRoute},
-      {"request refused", R"({"run":87})", true, kErrorRequestRefused, "HW-file|CO-file", 1,
-       kFileRoute},
       // The agent answered: its missing company id is not looked for in the file.
       {"no companyID", R"({"reply":{"output":{"endpointID":"HW-agent"}}})", true, 0, "HW-agent|", 1,
        kAgentRoute},
@@ -136,8 +134,6 @@ TEST_F(IdentityTest, ConfigurationFileLocation) {
                                   {"HW-legacy", "CO-legacy", "G-legacy"}),
             0u);
   EXPECT_EQ(Located(), L"2 " + agentDirectory + L"\\oxag\\oxag.jso 0");
-  EXPECT_EQ(ReadAgentConfigFile(legacy, &hardwareId, nullptr, nullptr, nullptr), 0u);
-  EXPECT_EQ(hardwareId, "HW-legacy");
 
   DeleteServiceKey();
   EXPECT_EQ(Located(), L"0  0");

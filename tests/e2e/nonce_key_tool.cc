@@ -5,21 +5,29 @@
 // Authenticated Users). The end-to-end tests use this program, in the test prefix only, after
 // checking that the list was set as required.
 #include <windows.h>
+// clang-format off
 #include <sddl.h>
+// clang-format on
 
 #include <cstdio>
 #include <vector>
 
 #include "base/win_handles.h"
 
+namespace {
+
+int Fail(const char* what, long status) {
+  std::fprintf(stderr, "nonce-key: %s: %ld\n", what, status);
+  return 1;
+}
+
+}  // namespace
+
 int wmain() {
   tarn::UniqueHkey key;
   LONG status = RegOpenKeyExW(HKEY_CURRENT_USER, L"Software\\ArvantisAuthService", 0,
                               READ_CONTROL | WRITE_DAC, key.put());
-  if (status != ERROR_SUCCESS) {
-    std::fprintf(stderr, "nonce-key: cannot open the key: %ld\n", status);
-    return 1;
-  }
+  if (status != ERROR_SUCCESS) return Fail("cannot open the key", status);
   DWORD size = 0;
   RegGetKeySecurity(key.get(), DACL_SECURITY_INFORMATION, nullptr, &size);
   std::vector<BYTE> descriptor(size);
@@ -28,22 +36,17 @@ int wmain() {
   if (status != ERROR_SUCCESS ||
       !ConvertSecurityDescriptorToStringSecurityDescriptorA(
           descriptor.data(), SDDL_REVISION_1, DACL_SECURITY_INFORMATION, &text, nullptr)) {
-    std::fprintf(stderr, "nonce-key: cannot read the access list\n");
-    return 1;
+    return Fail("cannot read the access list", status);
   }
   tarn::UniqueHlocal owned(text);
   std::printf("%s\n", text);
 
   PSECURITY_DESCRIPTOR open = nullptr;
-  if (!ConvertStringSecurityDescriptorToSecurityDescriptorW(L"D:(A;OICI;KA;;;WD)",
-                                                            SDDL_REVISION_1, &open, nullptr)) {
-    return 1;
+  if (!ConvertStringSecurityDescriptorToSecurityDescriptorW(L"D:(A;OICI;KA;;;WD)", SDDL_REVISION_1,
+                                                            &open, nullptr)) {
+    return Fail("cannot make the open access list", static_cast<long>(GetLastError()));
   }
   tarn::UniqueHlocal ownedOpen(open);
   status = RegSetKeySecurity(key.get(), DACL_SECURITY_INFORMATION, open);
-  if (status != ERROR_SUCCESS) {
-    std::fprintf(stderr, "nonce-key: cannot open up the key: %ld\n", status);
-    return 1;
-  }
-  return 0;
+  return status == ERROR_SUCCESS ? 0 : Fail("cannot open up the key", status);
 }

@@ -53,16 +53,15 @@ void AgentTest::UseScenario(const std::string& scenario) {
   }
 }
 
-std::string StatusScenario(const std::string& output) {
-  return R"({"methods":{"Product.GetStatus":{"reply":{"error":0,"output":)" + output + "}}}}";
-}
-
 void AgentTest::Expect(const std::vector<AgentCase>& cases) {
   for (const auto& c : cases) {
     const std::wstring name = c.args.empty() ? L"" : c.args[0];
     Sandbox box;
-    if (c.variant != nullptr || libraryReplaced_) {
-      UseLibraryVariant(c.variant ? c.variant : L"timestamped");
+    if (c.variant != nullptr || libraryReplaced_) {  // a signed variant of oxsdk.dll
+      libraryReplaced_ = true;
+      ASSERT_EQ(
+          sim::UseModuleVariant(kit_, sim::Module::kOxsdk, c.variant ? c.variant : L"timestamped"),
+          0u);
     }
     UseScenario(c.scenario);
     EXPECT_EQ(box.Run(c.args), c.expected)
@@ -71,11 +70,6 @@ void AgentTest::Expect(const std::vector<AgentCase>& cases) {
       EXPECT_TRUE(box.Logged(c.logLine)) << name << ": no \"" << c.logLine << "\"";
     }
   }
-}
-
-void AgentTest::UseLibraryVariant(const wchar_t* variant) {
-  libraryReplaced_ = true;
-  ASSERT_EQ(sim::UseModuleVariant(kit_, sim::Module::kOxsdk, variant), 0u);
 }
 
 void AgentTest::DeleteServiceKey() {

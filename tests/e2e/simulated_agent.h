@@ -27,9 +27,6 @@ struct AgentCase {
 // bytes the grants were issued for). The gate deletes it again when it reads it.
 void PlantNonce(const std::vector<uint8_t>& nonce);
 
-// A scenario whose "Product.GetStatus" answers with `output` (JSON text of the object).
-std::string StatusScenario(const std::string& output);
-
 class AgentTest : public ::testing::Test {
  protected:
   // Makes sure the agent is installed and running with the healthy scenario, the signed
@@ -40,8 +37,6 @@ class AgentTest : public ::testing::Test {
   // Installs a scenario given as JSON text, or a stock one by name ("" is the healthy one).
   void UseScenario(const std::string& scenario);
   void Expect(const std::vector<AgentCase>& cases);
-  // Puts a signed variant of oxsdk.dll in place ("timestamped", "unsigned", ...).
-  void UseLibraryVariant(const wchar_t* variant);
   // Removes the agent's service key (restored after the test): no agent is installed.
   void DeleteServiceKey();
 
