@@ -73,7 +73,7 @@ int wmain() {
     std::fprintf(stderr, "usage: wrun.exe PROGRAM [ARGS]\n");
     return 127;
   }
-  std::wstring command = rest;  // CreateProcessW may write to its command line
+  std::wstring command;
   STARTUPINFOW startup{};
   startup.cb = sizeof startup;
   startup.dwFlags = STARTF_USESTDHANDLES;
@@ -81,8 +81,17 @@ int wmain() {
   startup.hStdOutput = GetStdHandle(STD_OUTPUT_HANDLE);
   startup.hStdError = GetStdHandle(STD_ERROR_HANDLE);
   PROCESS_INFORMATION started{};
-  if (!CreateProcessW(nullptr, command.data(), nullptr, nullptr, TRUE, 0, nullptr, nullptr,
-                      &startup, &started)) {
+  // Wine, starting many processes at once on a loaded machine, now and then refuses one with
+  // ERROR_INTERNAL_ERROR before it exists (Windows does not): that start is tried again.
+  bool ran = false;
+  for (int attempt = 0; attempt < 20 && !ran; ++attempt) {
+    if (attempt > 0) Sleep(100);
+    command = rest;  // fresh for each try: CreateProcessW may write to it
+    ran = CreateProcessW(nullptr, command.data(), nullptr, nullptr, TRUE, 0, nullptr, nullptr,
+                         &startup, &started);
+    if (!ran && GetLastError() != ERROR_INTERNAL_ERROR) break;
+  }
+  if (!ran) {
     std::fprintf(stderr, "wrun: cannot start %ls (error %lu)\n", rest, GetLastError());
     return 127;
   }
