@@ -3,6 +3,7 @@
 
 #include <gtest/gtest.h>
 
+#include "agent/process_runner.h"
 #include "sim/agent/test_support.h"
 
 namespace tarn::sim {
@@ -84,8 +85,8 @@ TEST_F(SimControlTest, AgentInstallerStandInRemovesAndRestoresTheServices) {
   const std::filesystem::path setup = SetupInstallerPath().parent_path();
   const auto runInstaller = [&setup](const Settings& behavior) {
     EXPECT_EQ(WriteBehavior(Module::kInstaller, setup, behavior), 0u);
-    return testing::RunProgram(SetupInstallerPath(),
-                               L"\"" + SetupInstallerPath().wstring() + L"\" /remove /silent");
+    return RunProcess(SetupInstallerPath().wstring(),
+                      L"\"" + SetupInstallerPath().wstring() + L"\" /remove /silent");
   };
 
   EXPECT_EQ(runInstaller({{"services", "unregister"}, {"reboot-marker", "set"}}), 0u);
