@@ -96,16 +96,19 @@ TEST_F(SdkExchangeTest, EveryPathHasItsCodeAndUnregistersOnceRegistered) {
     bool completed;
     const char* line;  // the path's own log line
   } cases[] = {
-      {"reply", WithStatus(R"(, "delayMs": 10, "events": [{"name": "E"}])"), L"Product.GetStatus",
-       0, 0, 0, 1, true, "Response error code : 0"},
+      // A method's own results win over the scenario's, also when they are 0.
+      {"reply",
+       R"({"run": 50, "unregister": 7, "methods": {"Product.GetStatus": {"run": 0, "unregister": 9,)"
+       R"( "reply": {"output": {}}, "delayMs": 10, "events": [{"name": "E"}]}}})",
+       L"Product.GetStatus", 0, 0, 9, 1, true, "Response error code : 0"},
       {"registration refused", R"({"register": -3})", L"Product.GetStatus", 0, 775, -3, 0, false,
        "Failed to register instance notifications. Error code : -3"},
       {"unknown method", R"({"unregister": 9})", L"Product.NoSuchMethod", 0, 160, 9, 1, false,
        "Method not found. Unregistering instance"},
       {"no request id", "{}", L"Product.GetStatus", 1234, 1234, 0, 1, false,
        "Failed to create GUID. Error code : 1234"},
-      {"run refused", R"({"run": -2})", L"Product.GetStatus", 0, 50, 0, 1, false,
-       "Failed to run instance. Error code : -2"},
+      {"run refused", R"({"run": 5, "methods": {"Product.GetStatus": {"run": -2}}})",
+       L"Product.GetStatus", 0, 50, 0, 1, false, "Failed to run instance. Error code : -2"},
       {"no reply", R"({"default": {"noReply": true}})", L"Product.GetStatus", 0, 1460, 0, 1, false,
        "Failed to run instance due to timeout"},
   };
