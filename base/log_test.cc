@@ -7,6 +7,8 @@
 #include <regex>
 #include <sstream>
 
+#include "base/test_temp_dir.h"
+
 namespace tarn {
 namespace {
 
@@ -35,8 +37,8 @@ TEST(LogTest, LineIsUtcStampBlankMessage) {
 // The line's bytes are the test above's; here the file is appended to, never truncated, and one
 // that cannot be opened drops its lines. (A null logger is what most unit tests write to.)
 TEST(LogTest, LinesAppendAcrossLoggersAndAnUnopenableFileDropsThem) {
-  const auto dir = std::filesystem::temp_directory_path() / "tarn-log-test";
-  std::filesystem::remove_all(dir);
+  const TempDir temp;
+  const auto dir = temp.path();
   std::filesystem::create_directories(dir / "dir.txt");  // a directory where a file should be
   for (const wchar_t* run : {L"first run", L"second run"})
     Logger((dir / "log.txt").wstring()).Write(run);
@@ -49,7 +51,6 @@ TEST(LogTest, LinesAppendAcrossLoggersAndAnUnopenableFileDropsThem) {
       "\\d{4}-\\d\\d-\\d\\d \\d\\d:\\d\\d:\\d\\d first run\r\n"
       "\\d{4}-\\d\\d-\\d\\d \\d\\d:\\d\\d:\\d\\d second run\r\n");
   EXPECT_TRUE(std::regex_match(text.str(), expected)) << text.str();
-  std::filesystem::remove_all(dir);
 }
 
 }  // namespace

@@ -10,7 +10,6 @@ namespace tarn::sim {
 namespace {
 
 using testing::BuildKit;
-using testing::TempDir;
 
 TEST(InstallerStandInTest, BehaviourFileSetsTheExitCodeOrIsRefused) {
   const struct {
