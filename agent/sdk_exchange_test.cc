@@ -50,11 +50,6 @@ class SimulatedLibrary final : public SdkInstance {
   std::unique_ptr<sim::Instance> instance_;
 };
 
-std::string WithStatus(const std::string& members) {
-  return std::string(R"({"methods": {"Product.GetStatus": {"reply": {"output": {"v": 1}})") +
-         members + "}}}";
-}
-
 struct Outcome {
   uint32_t result;
   int32_t apiError;
@@ -131,7 +126,8 @@ TEST_F(SdkExchangeTest, ExplicitTimeoutWaitsForTheEndOfTheOperation) {
   // The reply alone does not end an explicit wait; the operation's end (an event thread raising
   // the wait-finished flag) does.
   SessionState.explicitTimeoutMs = 60000;
-  SimulatedLibrary library(WithStatus(""));
+  SimulatedLibrary library(
+      R"({"methods": {"Product.GetStatus": {"reply": {"output": {"v": 1}}}}})");
   std::thread eventThread([] {
     std::this_thread::sleep_for(std::chrono::milliseconds(50));
     RaiseFlag(SessionState, SessionState.waitFinished);

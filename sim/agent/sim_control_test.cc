@@ -17,10 +17,6 @@ uint32_t StateOf(const AgentService& service) {
   return code ? code : state;  // the "does not exist" code is far from any state
 }
 
-bool Exists(const std::filesystem::path& path) {
-  return GetFileAttributesW(path.c_str()) != INVALID_FILE_ATTRIBUTES;
-}
-
 // The value as it is stored, quotes and all, with its type.
 std::wstring RawImagePath(DWORD* type) {
   wchar_t value[1024] = {};
@@ -49,7 +45,7 @@ TEST_F(SimControlTest, InstallQuotesTheImagePathAndRemoveLeavesNothing) {
     EXPECT_EQ(StateOf(service), static_cast<uint32_t>(ERROR_SERVICE_DOES_NOT_EXIST));
   }
   EXPECT_EQ(RawImagePath(&type), L"<2>");
-  EXPECT_FALSE(Exists(AgentDirectory()));
+  EXPECT_FALSE(std::filesystem::exists(AgentDirectory()));
   bool marker = true;
   ASSERT_EQ(QueryRebootMarker(RegistryView::k32Bit, &marker), 0u);
   EXPECT_FALSE(marker);
