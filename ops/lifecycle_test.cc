@@ -161,9 +161,7 @@ TEST(DetectTest, AnswersByTheAgentsState) {
               std::vector<std::wstring>(layouts.begin(), layouts.begin() + c.layoutsRead))
         << c.name;
     EXPECT_EQ(log.back(), c.last) << c.name;
-    if (c.layoutsRead > 0) {
-      EXPECT_EQ(log.end()[-2], "TARN Detect finished") << c.name;
-    }
+    EXPECT_EQ(log.end()[-2] == "TARN Detect finished", c.layoutsRead > 0) << c.name;
   }
 }
 
