@@ -96,7 +96,6 @@ TEST(EndpointIdentityTest, MissingOrMistypedMembersLeaveOutputsEmpty) {
     const char* groupId;
     const char* companyId;
   } cases[] = {
-      {R"({"hwid":"H","custid":"C","customdata":{"ComputersFolder":"G"}})", 0, "H", "G", "C"},
       {R"({})", 0, "", "", ""},
       {R"({"hwid":5,"custid":null,"customdata":"G"})", 0, "", "", ""},
       {R"({"customdata":{"ComputersFolder":["G"]},"ComputersFolder":"G"})", 0, "", "", ""},

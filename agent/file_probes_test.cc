@@ -3,6 +3,10 @@
 #include <gtest/gtest.h>
 #include <windows.h>
 
+#include <fstream>
+
+#include "base/test_temp_dir.h"
+
 namespace tarn {
 namespace {
 
@@ -13,10 +17,8 @@ std::wstring ModulePath() {
 }
 
 TEST(FileProbesTest, FileExistsOnlyForRegularFiles) {
-  wchar_t temp[MAX_PATH];
-  GetTempPathW(MAX_PATH, temp);
   EXPECT_EQ(FileExists(ModulePath(), nullptr), 0u);
-  EXPECT_EQ(FileExists(temp, nullptr), 2u);  // a directory
+  EXPECT_EQ(FileExists(TempDir().path().wstring(), nullptr), 2u);  // a directory
   EXPECT_EQ(FileExists(ModulePath() + L".absent", nullptr), 2u);
   EXPECT_EQ(FileExists(L"", nullptr), 2u);
 }
@@ -28,15 +30,11 @@ TEST(FileProbesTest, VersionIsTheProductVersionInItsWordOrder) {
   EXPECT_EQ(GetFileVersionString(ModulePath(), version, nullptr), 0u);
   EXPECT_EQ(version, "4.3.2.1");
 
-  wchar_t temp[MAX_PATH];
-  GetTempPathW(MAX_PATH, temp);
-  const std::wstring plain = std::wstring(temp) + L"tarn-no-version.txt";
-  HANDLE file = CreateFileW(plain.c_str(), GENERIC_WRITE, 0, nullptr, CREATE_ALWAYS, 0, nullptr);
-  ASSERT_NE(file, INVALID_HANDLE_VALUE);
-  CloseHandle(file);
-  EXPECT_NE(GetFileVersionString(plain, version, nullptr), 0u);
+  const TempDir temp;
+  const std::filesystem::path plain = temp.path() / "no-version.txt";
+  std::ofstream(plain) << "text";
+  EXPECT_NE(GetFileVersionString(plain.wstring(), version, nullptr), 0u);
   EXPECT_EQ(version, "4.3.2.1");
-  DeleteFileW(plain.c_str());
   EXPECT_EQ(GetFileVersionString(ModulePath() + L".absent", version, nullptr),
             static_cast<uint32_t>(ERROR_FILE_NOT_FOUND));
 }

@@ -68,13 +68,10 @@ struct Delivery {
 
 // A reply {"response":{"data":{<ns>:[{"error":<error>,"output":{}}]}}}.
 inline Delivery Reply(const char* nameSpace, int64_t error) {
-  return {Delivery::Kind::kReply,
-          {},
-          std::string(R"({"response":{"data":{")") + nameSpace + R"(":[{"error":)" +
-              std::to_string(error) + R"(,"output":{}}]}}})",
-          "",
-          false,
-          false};
+  Delivery reply;
+  reply.text = std::string(R"({"response":{"data":{")") + nameSpace + R"(":[{"error":)" +
+               std::to_string(error) + R"(,"output":{}}]}}})";
+  return reply;
 }
 inline Delivery Event(std::string name, std::string payload) {
   return {Delivery::Kind::kEvent, {}, std::move(payload), std::move(name), false, false};

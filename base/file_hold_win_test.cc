@@ -4,9 +4,9 @@
 
 #include <filesystem>
 #include <fstream>
-#include <random>
 
 #include "base/file_hold.h"
+#include "base/test_temp_dir.h"
 #include "base/win_handles.h"
 
 namespace tarn {
@@ -14,19 +14,15 @@ namespace {
 
 class FileHoldTest : public ::testing::Test {
  protected:
-  void SetUp() override {
-    path_ = std::filesystem::temp_directory_path() /
-            ("tarn-hold-" + std::to_string(std::random_device{}()) + ".dll");
-    std::ofstream(path_) << "module";
-  }
-  void TearDown() override { std::filesystem::remove(path_); }
+  void SetUp() override { std::ofstream(path_) << "module"; }
 
   UniqueFileHandle Open(DWORD access, DWORD share) const {
     return UniqueFileHandle(CreateFileW(path_.c_str(), access, share, nullptr, OPEN_EXISTING,
                                         FILE_ATTRIBUTE_NORMAL, nullptr));
   }
 
-  std::filesystem::path path_;
+  const TempDir dir_;
+  const std::filesystem::path path_ = dir_.path() / "held.dll";
 };
 
 TEST_F(FileHoldTest, HeldFileCanBeReadButNotChanged) {

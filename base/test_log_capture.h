@@ -1,4 +1,5 @@
-// For tests: a logger on a private file, and the messages written to it, time stamps cut off.
+// For tests: a logger on a file in a private folder, and the messages written to it, time stamps
+// cut off.
 #pragma once
 
 #include <algorithm>
@@ -6,28 +7,18 @@
 #include <fstream>
 #include <functional>
 #include <memory>
-#include <random>
 #include <string>
 #include <vector>
 
 #include "base/log.h"
+#include "base/test_temp_dir.h"
 
 namespace tarn {
 
 class LogCapture {
  public:
-  // Unique per capture: every build tree of the checkout may run its tests at the same time.
   explicit LogCapture(const std::string& name)
-      : path_(std::filesystem::temp_directory_path() /
-              (name + "-" + std::to_string(std::random_device{}()) + ".log")) {
-    std::filesystem::remove(path_);
-    logger_ = std::make_unique<Logger>(path_.wstring());
-  }
-  ~LogCapture() {
-    logger_.reset();
-    std::error_code ignored;
-    std::filesystem::remove(path_, ignored);
-  }
+      : path_(dir_.path() / (name + ".log")), logger_(std::make_unique<Logger>(path_.wstring())) {}
   LogCapture(const LogCapture&) = delete;
   LogCapture& operator=(const LogCapture&) = delete;
 
@@ -51,6 +42,8 @@ class LogCapture {
   }
 
  private:
+  // In this order: the logger closes its file before the folder goes.
+  TempDir dir_;
   std::filesystem::path path_;
   std::unique_ptr<Logger> logger_;
 };

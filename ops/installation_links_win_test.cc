@@ -7,6 +7,7 @@
 #include <fstream>
 
 #include "base/test_log_capture.h"
+#include "base/test_temp_dir.h"
 #include "ops/installation_links.h"
 
 namespace tarn {
@@ -22,8 +23,8 @@ uint32_t NotValidWithoutCode(bool& isValid, const std::wstring&, const std::wstr
 }
 
 TEST(InstallationLinksWinTest, StepsBeforeTheCallEndWithTheirCode) {
-  const std::filesystem::path notALibrary =
-      std::filesystem::temp_directory_path() / "tarn-links-not-a-library.dll";
+  const TempDir temp;
+  const std::filesystem::path notALibrary = temp.path() / "not-a-library.dll";
   std::ofstream(notALibrary) << "not a library";
   const struct {
     const char* name;
@@ -55,7 +56,6 @@ TEST(InstallationLinksWinTest, StepsBeforeTheCallEndWithTheirCode) {
     ASSERT_GE(log.size(), c.tail.size()) << c.name;
     EXPECT_EQ(std::vector<std::string>(log.end() - c.tail.size(), log.end()), c.tail) << c.name;
   }
-  std::filesystem::remove(notALibrary);
 }
 
 }  // namespace

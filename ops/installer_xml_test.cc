@@ -9,6 +9,7 @@
 
 #include "base/result_codes.h"
 #include "base/test_log_capture.h"
+#include "base/test_temp_dir.h"
 
 namespace tarn {
 namespace {
@@ -57,13 +58,6 @@ std::vector<std::string> Tree(const std::string& text) {
 
 class InstallerXmlTest : public ::testing::Test {
  protected:
-  void SetUp() override {
-    dir_ = std::filesystem::temp_directory_path() /
-           ("tarn-xml-" + std::to_string(::testing::UnitTest::GetInstance()->random_seed()));
-    std::filesystem::create_directories(dir_);
-  }
-  void TearDown() override { std::filesystem::remove_all(dir_); }
-
   std::wstring Write(const std::string& text) {
     std::ofstream(path(), std::ios::binary) << text;
     return path().wstring();
@@ -72,9 +66,9 @@ class InstallerXmlTest : public ::testing::Test {
     std::ifstream in(path(), std::ios::binary);
     return std::string(std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>());
   }
-  std::filesystem::path path() const { return dir_ / "installer.xml"; }
+  std::filesystem::path path() const { return dir_.path() / "installer.xml"; }
 
-  std::filesystem::path dir_;
+  TempDir dir_;
   LogCapture log_{"tarn-installer-xml"};
 };
 
@@ -133,7 +127,7 @@ TEST_F(InstallerXmlTest, RefusedEditsLeaveTheFileAsItWas) {
     EXPECT_EQ(log_.Take().back(), c.line) << c.name;
     EXPECT_EQ(Read(), c.text) << c.name;
   }
-  EXPECT_EQ(UpdateXmlNode((dir_ / "absent.xml").wstring(), "node", "1", nullptr),
+  EXPECT_EQ(UpdateXmlNode((dir_.path() / "absent.xml").wstring(), "node", "1", nullptr),
             kErrorInvalidData);
 }
 

@@ -116,6 +116,7 @@ struct FakeMachine {
 TEST(DetectTest, AnswersByTheAgentsState) {
   const std::vector<std::wstring> layouts = {std::wstring(kAgent) + L"\\oxagng\\oxagng.jso",
                                              std::wstring(kAgent) + L"\\oxag\\oxag.jso"};
+  const char* found = "TARN Already exists";
   const struct {
     const char* name;
     void (*arrange)(FakeMachine&);
@@ -123,49 +124,45 @@ TEST(DetectTest, AnswersByTheAgentsState) {
     uint32_t code;
     std::string answer;
     size_t layoutsRead;  // the current layout's file, then the legacy one's
+    const char* last;    // the closing line, after "TARN Detect finished" once a file was read
   } cases[] = {
-      {"healthy", [](FakeMachine&) {}, false, 0, "1|HW|C-1|Workstations", 1},
-      {"key unreadable", [](FakeMachine& m) { m.imagePathCode = 5; }, true, 5, "0|||", 0},
+      {"key unreadable", [](FakeMachine& m) { m.imagePathCode = 5; }, true, 5, "0|||", 0,
+       "Failed to retrieve TARN Service Image Path"},
       {"restart pending, not asked", [](FakeMachine& m) { m.rebootRequired = 1; }, false, 0,
-       "1|HW|C-1|Workstations", 1},
+       "1|HW|C-1|Workstations", 1, found},
       {"reboot probe failed",
        [](FakeMachine& m) {
          m.rebootCode = 13;
          m.rebootRequired = 1;
        },
-       true, 0, "1|HW|C-1|Workstations", 1},
+       true, 0, "1|HW|C-1|Workstations", 1, found},
       {"invalid feature list in other case",
        [](FakeMachine& m) { m.issues = "Product.invalidFeatureList"; }, false, 0,
-       "2|HW|C-1|Workstations", 1},
+       "2|HW|C-1|Workstations", 1, found},
       {"issues unknown", [](FakeMachine& m) { m.issuesCode = 1460; }, false, 0,
-       "2|HW|C-1|Workstations", 1},
+       "2|HW|C-1|Workstations", 1, found},
       {"identity on the second ask", [](FakeMachine& m) { m.identityCodes = {1460}; }, false, 0,
-       "1|HW|C-1|Workstations", 2},
+       "1|HW|C-1|Workstations", 2, found},
       {"identity on neither",
        [](FakeMachine& m) {
          m.identityCodes = {1460, 1460};
        },
-       false, 1460, "2|", 2},
+       false, 1460, "2|", 2, "Error code: 1460"},
   };
   for (const auto& c : cases) {
     FakeMachine machine;
     c.arrange(machine);
     std::string answer;
-    EXPECT_EQ(Detect(machine.System(), c.rebootFlag, answer, nullptr), c.code) << c.name;
+    const auto log = LogOf([&](Logger* l) {
+      EXPECT_EQ(Detect(machine.System(), c.rebootFlag, answer, l), c.code) << c.name;
+    });
     EXPECT_EQ(answer, c.answer) << c.name;
     EXPECT_EQ(machine.configPathsRead,
               std::vector<std::wstring>(layouts.begin(), layouts.begin() + c.layoutsRead))
         << c.name;
+    EXPECT_EQ(log.back(), c.last) << c.name;
+    EXPECT_EQ(log.end()[-2] == "TARN Detect finished", c.layoutsRead > 0) << c.name;
   }
-
-  // Neither file gives the identity: the failure's closing lines carry the code.
-  FakeMachine machine;
-  machine.identityCodes = {1460, 1460};
-  std::string answer;
-  const auto log =
-      LogOf([&](Logger* l) { EXPECT_EQ(Detect(machine.System(), false, answer, l), 1460u); });
-  EXPECT_TRUE(ContainsInOrder(
-      log, {"Cannot retrieve endpoint information", "TARN Detect finished", "Error code: 1460"}));
 }
 
 // The end-to-end tests cover the command lines, the signatures and the moves; these cover the

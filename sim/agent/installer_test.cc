@@ -3,14 +3,13 @@
 // folder and the full exit code are what the end-to-end tests of the tool read back.)
 #include <gtest/gtest.h>
 
+#include "agent/process_runner.h"
 #include "sim/agent/test_support.h"
 
 namespace tarn::sim {
 namespace {
 
 using testing::BuildKit;
-using testing::RunProgram;
-using testing::TempDir;
 
 TEST(InstallerStandInTest, BehaviourFileSetsTheExitCodeOrIsRefused) {
   const struct {
@@ -29,7 +28,7 @@ TEST(InstallerStandInTest, BehaviourFileSetsTheExitCodeOrIsRefused) {
     const std::filesystem::path program = dir.path() / ModuleFileName(c.module);
     ASSERT_EQ(CopyFileTo(BuildKit().root / L"bin" / ModuleFileName(c.module), program), 0u);
     ASSERT_EQ(WriteFileBytes(BehaviorFile(c.module, dir.path()), c.behavior), 0u);
-    EXPECT_EQ(RunProgram(program, L"x"), c.exitCode) << c.behavior;
+    EXPECT_EQ(RunProcess(program.wstring(), L"x"), c.exitCode) << c.behavior;
   }
 }
 

@@ -10,7 +10,6 @@ namespace tarn::sim {
 namespace {
 
 using testing::BuildKit;
-using testing::TempDir;
 
 using GetInstallationLinksFunction = uint32_t (*)(std::string&, const std::string&,
                                                   const std::string&, const std::string&, int32_t);

@@ -3,6 +3,7 @@
 
 #include <gtest/gtest.h>
 
+#include "agent/process_runner.h"
 #include "sim/agent/test_support.h"
 
 namespace tarn::sim {
@@ -14,10 +15,6 @@ uint32_t StateOf(const AgentService& service) {
   uint32_t state = 0;
   const uint32_t code = QueryAgentServiceState(service, &state);
   return code ? code : state;  // the "does not exist" code is far from any state
-}
-
-bool Exists(const std::filesystem::path& path) {
-  return GetFileAttributesW(path.c_str()) != INVALID_FILE_ATTRIBUTES;
 }
 
 // The value as it is stored, quotes and all, with its type.
@@ -48,7 +45,7 @@ TEST_F(SimControlTest, InstallQuotesTheImagePathAndRemoveLeavesNothing) {
     EXPECT_EQ(StateOf(service), static_cast<uint32_t>(ERROR_SERVICE_DOES_NOT_EXIST));
   }
   EXPECT_EQ(RawImagePath(&type), L"<2>");
-  EXPECT_FALSE(Exists(AgentDirectory()));
+  EXPECT_FALSE(std::filesystem::exists(AgentDirectory()));
   bool marker = true;
   ASSERT_EQ(QueryRebootMarker(RegistryView::k32Bit, &marker), 0u);
   EXPECT_FALSE(marker);
@@ -84,8 +81,8 @@ TEST_F(SimControlTest, AgentInstallerStandInRemovesAndRestoresTheServices) {
   const std::filesystem::path setup = SetupInstallerPath().parent_path();
   const auto runInstaller = [&setup](const Settings& behavior) {
     EXPECT_EQ(WriteBehavior(Module::kInstaller, setup, behavior), 0u);
-    return testing::RunProgram(SetupInstallerPath(),
-                               L"\"" + SetupInstallerPath().wstring() + L"\" /remove /silent");
+    return RunProcess(SetupInstallerPath().wstring(),
+                      L"\"" + SetupInstallerPath().wstring() + L"\" /remove /silent");
   };
 
   EXPECT_EQ(runInstaller({{"services", "unregister"}, {"reboot-marker", "set"}}), 0u);
