@@ -31,8 +31,8 @@ uint32_t WalkStatusOutput(const rapidjson::Value& status, StatusWalk walk, std::
   return LogFailure(log, closing, code);
 }
 
-void AppendEntry(std::string& list, const std::string& entry, const char* separator) {
-  if (!list.empty()) list += separator;
+void AppendEntry(std::string& list, size_t& count, const std::string& entry) {
+  if (count++ != 0) list += '|';
   list += entry;
 }
 
@@ -47,6 +47,7 @@ bool EqualsAsciiIgnoreCase(const char* a, size_t aLength, const char* b) {
 
 std::string CollectCriticalIssues(const rapidjson::Value& output, Logger* log) {
   std::string payload;
+  size_t entries = 0;
   const rapidjson::Value* alerts = ObjectMember(output, "Alerts");
   if (alerts == nullptr) return payload;
   for (const auto& alert : alerts->GetObject()) {
@@ -56,7 +57,7 @@ std::string CollectCriticalIssues(const rapidjson::Value& output, Logger* log) {
       continue;
     }
     const std::string name = Text(alert.name);
-    AppendEntry(payload, name);
+    AppendEntry(payload, entries, name);
     WriteLog(log, L"Critical issue found: " + Wide(name));
   }
   return payload;
@@ -64,11 +65,12 @@ std::string CollectCriticalIssues(const rapidjson::Value& output, Logger* log) {
 
 std::string CollectUpdateLocations(const rapidjson::Value& output, Logger* log) {
   std::string payload;
+  size_t entries = 0;
   const rapidjson::Value* locations = ObjectMember(output, "Locations");
   if (locations == nullptr) return payload;
   for (const auto& location : locations->GetObject()) {
     const std::string name = Text(location.name);
-    AppendEntry(payload, name);
+    AppendEntry(payload, entries, name);
     WriteLog(log, L"Location found: " + Wide(name));
   }
   return payload;
@@ -94,13 +96,14 @@ std::string FindLastUpdateTime(const rapidjson::Value& output, Logger* log) {
 
 std::string CollectFeatureStatus(const rapidjson::Value& output, Logger* log) {
   std::string payload;
+  size_t entries = 0;
   const rapidjson::Value* features = Member(output, "Features");
   if (features == nullptr || !features->IsArray()) return payload;
   for (const auto& feature : features->GetArray()) {
     const rapidjson::Value* id = Member(feature, "id");
     if (id == nullptr || !id->IsString()) continue;
     const std::string name = Text(*id);
-    AppendEntry(payload, name + "=");
+    AppendEntry(payload, entries, name + "=");
     char flag;
     if (const rapidjson::Value* functioning = Member(feature, "isFunctioning")) {
       flag = functioning->IsBool() && functioning->GetBool() ? '1' : '0';

@@ -39,8 +39,9 @@ using StatusWalk = std::string (*)(const rapidjson::Value& output, Logger* log);
 [[nodiscard]] uint32_t WalkStatusOutput(const rapidjson::Value& status, StatusWalk walk,
                                         std::string& payload, const wchar_t* closing, Logger* log);
 
-// Appends `entry` to a "|"-joined list.
-void AppendEntry(std::string& list, const std::string& entry, const char* separator = "|");
+// Appends `entry` to a "|"-joined list that holds `count` entries so far. The separator goes
+// before every entry but the first, also when an entry is empty (a member may have the name "").
+void AppendEntry(std::string& list, size_t& count, const std::string& entry);
 
 // ASCII letter case ignored, as the agent's fixed words are compared.
 bool EqualsAsciiIgnoreCase(const char* a, size_t aLength, const char* b);

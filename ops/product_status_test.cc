@@ -21,6 +21,8 @@ TEST(ProductStatusTest, WalksBuildTheirAnswers) {
        R"({"Alerts":{"N":{"severity":3},"S":"critical","M":{},"C":{"severity":"CRITICAL"}}})",
        "C"},
       {"alerts not an object", CollectCriticalIssues, R"({"Alerts":[]})", ""},
+      {"an alert named \"\" is still an entry", CollectCriticalIssues,
+       R"({"Alerts":{"":{"severity":"critical"},"B":{"severity":"critical"}}})", "|B"},
       {"locations", CollectUpdateLocations, R"({"Locations":{"Product":{},"Antivirus":7}})",
        "Product|Antivirus"},
       {"no locations", CollectUpdateLocations, R"({"Locations":"x"})", ""},

@@ -149,6 +149,7 @@ Verdict CheckTimes(const rapidjson::Value& location, const rapidjson::Value& nam
 
 std::string CollectUpdateErrors(const rapidjson::Value& status, Logger* log) {
   std::string payload;
+  size_t entries = 0;
   WriteLog(log, L"Checking for \"update\" and \"check\" fields");
   const rapidjson::Value* locations = ObjectMember(status, "Locations");
   if (locations == nullptr) return payload;
@@ -171,7 +172,7 @@ std::string CollectUpdateErrors(const rapidjson::Value& status, Logger* log) {
       const std::string entry =
           std::string(location.name.GetString(), location.name.GetStringLength()) + "=" +
           std::to_string(keptError);
-      AppendEntry(payload, entry);
+      AppendEntry(payload, entries, entry);
       WriteLog(log, L"Found an error: " + Utf8ToWide(entry));
     }
   }
