@@ -25,7 +25,8 @@ constexpr ExitCode kCommonCodes[] = {
     {"12", "the authorization gate refused the command"},
     {"160",
      "no command word, too many arguments, an unknown command word, wrong arguments for "
-     "the command, or an unexpected failure inside it; nothing is printed"},
+     "the command, or an unexpected failure inside it; nothing is printed (for wrong "
+     "arguments `-runinstaller` and `-runsetupdownloader` print `0|||`)"},
 };
 constexpr ExitCode kAgentCodes[] = {
     {"2", "the agent is not installed or its files are missing"},
