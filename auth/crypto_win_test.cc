@@ -18,6 +18,7 @@
 #include "auth/crypto/crypto_fixtures.h"
 #include "base/test_listed_revocation_win.h"
 #include "base/test_log_capture.h"
+#include "base/test_temp_dir.h"
 #include "base/text.h"
 #include "base/win_handles.h"
 
@@ -151,7 +152,8 @@ TEST(ReadCertificateFileTest, IntegratorFormsGiveTheCertificateTheRestStandsAsRe
       {"PEM", std::string(pem.begin(), pem.end()), true},
       {"PEM of no certificate", junkPem, false},
   };
-  const std::wstring path = std::filesystem::temp_directory_path() / L"tarn-certificate-file.txt";
+  const TempDir temp;
+  const std::wstring path = temp.path() / L"certificate.txt";
   for (const Case& c : cases) {
     SCOPED_TRACE(c.name);
     std::ofstream(path.c_str(), std::ios::binary) << c.file;

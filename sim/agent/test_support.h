@@ -1,5 +1,5 @@
-// Shared by the simulator's tests: the build tree's kit and a private folder (base/'s TempDir). A
-// stand-in program is started with the tool's own RunProcess, as the tool starts its children.
+// Shared by the simulator's tests: the build tree's kit, and base/'s TempDir for a private folder.
+// A stand-in program is started with the tool's own RunProcess, as the tool starts its children.
 #pragma once
 
 #include <windows.h>
@@ -9,8 +9,6 @@
 #include "sim/agent/sim_files.h"
 
 namespace tarn::sim::testing {
-
-using TempDir = tarn::TempDir;  // the name the end-to-end tests use
 
 // The kit of the build tree that holds the test program.
 inline Kit BuildKit() { return KitOfBuildTree(ModuleDirectory(nullptr)); }

@@ -5,13 +5,13 @@
 
 #include <gtest/gtest.h>
 
-#include "sim/agent/test_support.h"
+#include "base/test_temp_dir.h"
 
 namespace tarn {
 namespace {
 
 TEST(ProcessRunnerTest, MissingProgramIsTheSystemsCodeAndNothingStarts) {
-  sim::testing::TempDir dir;
+  const TempDir dir;
   EXPECT_EQ(RunProcess((dir.path() / L"Installer.exe").wstring(), L" /arparams /silent"), 2u);
   EXPECT_EQ(RunProcess((dir.path() / L"absent" / L"Installer.exe").wstring(), L""), 3u);
   EXPECT_TRUE(std::filesystem::is_empty(dir.path()));

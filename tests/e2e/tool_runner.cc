@@ -4,7 +4,6 @@
 #include <windows.h>
 
 #include <algorithm>
-#include <atomic>
 #include <fstream>
 #include <regex>
 #include <sstream>
@@ -43,20 +42,8 @@ std::filesystem::path BuildDirectory() {
 }
 
 Sandbox::Sandbox(Logging logging) {
-  static std::atomic<int> counter{0};
-  wchar_t temp[MAX_PATH];
-  GetTempPathW(MAX_PATH, temp);
-  dir_ = std::filesystem::path(temp) /
-         ("tarn-e2e-" + std::to_string(GetCurrentProcessId()) + "-" + std::to_string(counter++));
-  std::filesystem::remove_all(dir_);
-  std::filesystem::create_directories(dir_);
   std::filesystem::copy_file(BuildDirectory() / "tarn-rmm.exe", exe());
   if (logging == Logging::kOn) WriteFile("configfile.txt", "Logging=true\r\n");
-}
-
-Sandbox::~Sandbox() {
-  std::error_code ignored;
-  std::filesystem::remove_all(dir_, ignored);
 }
 
 ToolRun Sandbox::Run(const std::vector<std::wstring>& args, const std::wstring& programArg,
@@ -89,7 +76,7 @@ std::unique_ptr<RunningTool> Sandbox::Start(const std::vector<std::wstring>& arg
   startup.hStdOutput = writeEnd.get();
   startup.hStdError = nul.get();
   PROCESS_INFORMATION process{};
-  const std::wstring cwd = (workingDir.empty() ? dir_ : workingDir).wstring();
+  const std::wstring cwd = (workingDir.empty() ? dir_.path() : workingDir).wstring();
   // Wine, starting many processes at once on a loaded machine, now and then refuses one with
   // ERROR_INTERNAL_ERROR before it exists: that start is tried again, a bounded number of times.
   bool started = false;
@@ -136,13 +123,15 @@ ToolRun RunningTool::Wait() {
 }
 
 void Sandbox::WriteFile(const std::string& name, const std::string& bytes) const {
-  std::ofstream(dir_ / name, std::ios::binary) << bytes;
+  std::ofstream(dir_.path() / name, std::ios::binary) << bytes;
 }
 
-bool Sandbox::Exists(const std::string& name) const { return std::filesystem::exists(dir_ / name); }
+bool Sandbox::Exists(const std::string& name) const {
+  return std::filesystem::exists(dir_.path() / name);
+}
 
 std::string Sandbox::ReadFile(const std::string& name) const {
-  std::ifstream in(dir_ / name, std::ios::binary);
+  std::ifstream in(dir_.path() / name, std::ios::binary);
   std::stringstream text;
   text << in.rdbuf();
   return text.str();

@@ -9,6 +9,8 @@
 #include <string>
 #include <vector>
 
+#include "base/test_temp_dir.h"
+
 namespace tarn::e2e {
 
 struct ToolRun {
@@ -43,12 +45,11 @@ class Sandbox {
  public:
   enum class Logging { kOn, kOff };
   explicit Sandbox(Logging logging = Logging::kOn);
-  ~Sandbox();
   Sandbox(const Sandbox&) = delete;
   Sandbox& operator=(const Sandbox&) = delete;
 
-  const std::filesystem::path& dir() const { return dir_; }
-  std::filesystem::path exe() const { return dir_ / "tarn-rmm.exe"; }
+  const std::filesystem::path& dir() const { return dir_.path(); }
+  std::filesystem::path exe() const { return dir_.path() / "tarn-rmm.exe"; }
 
   // Runs the tool with `args` after the program path. argv[0] is the tool's full path unless
   // `programArg` is given; the child starts in `workingDir` (the sandbox by default).
@@ -68,7 +69,7 @@ class Sandbox {
   bool Logged(const std::string& message) const;
 
  private:
-  std::filesystem::path dir_;
+  TempDir dir_;
 };
 
 // Folder of the test program itself, where the build puts the tool.
