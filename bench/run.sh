@@ -77,10 +77,7 @@ authorize() {  # PERMISSION: prints the four options for a run, with a fresh cha
   challenge=$(wine_exec "$win\\tarn-rmm.exe" -getchallenge "${tokens[$1]}")
   # Wine's access check, see tests/e2e; a start that Wine refuses under load is tried again, or
   # the run would answer 5 without reaching the command.
-  local attempt
-  for attempt in 1 2 3; do
-    "$top/tools/wine-exec.sh" "$win\\nonce-key.exe" >/dev/null 2>&1 && break
-  done
+  TARN_WINE_RETRY=1 wine_exec "$win\\nonce-key.exe" >/dev/null
   when=$(python3 "$issuer" time --cert "$pki/auth-leaf.cer" --key "$pki/auth-leaf.key" \
          --challenge "$challenge" --execution-time 20260101000000Z)
   printf -- '-authToken %s -certificate %s -executionTime %s' "${tokens[$1]}" "$certificate" "$when"
