@@ -46,24 +46,7 @@ std::u32string CodePoints(std::wstring_view text) {
   return points;
 }
 
-}  // namespace
-
-// The same endpoint and company the scenarios' Kivoro identity names.
-Identity DefaultIdentity() {
-  return {"0F3A9C2E-5B7D-4E11-8A6C-2D9B4F1E7A30", "C-000451", "Workstations"};
-}
-
-bool ParseEncoding(const std::wstring& word, ConfigEncoding* encoding) {
-  for (const auto& entry : kEncodingNames) {
-    if (EqualsIgnoreCase(word, entry.name) ||
-        word == std::to_wstring(static_cast<uint32_t>(entry.encoding))) {
-      *encoding = entry.encoding;
-      return true;
-    }
-  }
-  return false;
-}
-
+// The JSON text of the file (UTF-8), members in the agent's order.
 std::string ConfigJson(const Identity& identity) {
   rapidjson::StringBuffer buffer;
   rapidjson::Writer<rapidjson::StringBuffer> writer(buffer);
@@ -87,6 +70,7 @@ std::string ConfigJson(const Identity& identity) {
   return std::string(buffer.GetString(), buffer.GetSize());
 }
 
+// The mark of `encoding` followed by the UTF-8 text `utf8` re-encoded.
 std::string EncodeText(std::string_view utf8, ConfigEncoding encoding) {
   switch (encoding) {
     case ConfigEncoding::kNoMark:
@@ -113,6 +97,24 @@ std::string EncodeText(std::string_view utf8, ConfigEncoding encoding) {
     }
   }
   return std::string(utf8);
+}
+
+}  // namespace
+
+// The same endpoint and company the scenarios' Kivoro identity names.
+Identity DefaultIdentity() {
+  return {"0F3A9C2E-5B7D-4E11-8A6C-2D9B4F1E7A30", "C-000451", "Workstations"};
+}
+
+bool ParseEncoding(const std::wstring& word, ConfigEncoding* encoding) {
+  for (const auto& entry : kEncodingNames) {
+    if (EqualsIgnoreCase(word, entry.name) ||
+        word == std::to_wstring(static_cast<uint32_t>(entry.encoding))) {
+      *encoding = entry.encoding;
+      return true;
+    }
+  }
+  return false;
 }
 
 std::filesystem::path ConfigFilePath(ConfigLayout layout) {

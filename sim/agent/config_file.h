@@ -7,7 +7,6 @@
 #include <filesystem>
 #include <optional>
 #include <string>
-#include <string_view>
 
 namespace tarn::sim {
 
@@ -36,11 +35,6 @@ Identity DefaultIdentity();
 
 // "none", "utf7", "utf8", "utf16be", "utf16le", "utf32be", "utf32le" or the code 0..6.
 bool ParseEncoding(const std::wstring& word, ConfigEncoding* encoding);
-
-// The JSON text of the file (UTF-8), members in the agent's order.
-std::string ConfigJson(const Identity& identity);
-// The mark of `encoding` followed by the UTF-8 text `utf8` re-encoded.
-std::string EncodeText(std::string_view utf8, ConfigEncoding encoding);
 
 std::filesystem::path ConfigFilePath(ConfigLayout layout);
 // Writes the file of `layout` into the agent directory. Returns a Win32 code.

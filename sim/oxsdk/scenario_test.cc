@@ -3,14 +3,9 @@
 #include <gtest/gtest.h>
 #include <rapidjson/document.h>
 
-#include <filesystem>
-#include <fstream>
-#include <sstream>
 #include <string>
-#include <vector>
 
 #include "sim/oxsdk/plan.h"
-#include "sim/oxsdk/sdk_contract.h"
 
 namespace tarn::sim {
 namespace {
@@ -95,49 +90,6 @@ TEST(PlanTest, PayloadTemplatesEchoTheRequestAndTellTimeFromNow) {
   EXPECT_EQ(plan.deliveries[1].text, R"({"runContext": "$request")");  // raw text is not expanded
   EXPECT_EQ(plan.deliveries[2].text, R"({"@name":"Wrong"})");
   EXPECT_EQ(plan.deliveries[3].text, "[1]");
-}
-
-std::string ReadScenarioFile(const std::string& name) {
-  std::ifstream file(std::filesystem::path(SIM_SCENARIOS_DIR) / name, std::ios::binary);
-  std::stringstream text;
-  text << file.rdbuf();
-  return text.str();
-}
-
-TEST(NamedScenarioTest, EveryFileIsAValidScenario) {
-  int count = 0;
-  for (const auto& file : std::filesystem::directory_iterator(SIM_SCENARIOS_DIR)) {
-    Scenario scenario;
-    std::string error;
-    EXPECT_TRUE(
-        Scenario::Parse(ReadScenarioFile(file.path().filename().string()), &scenario, &error))
-        << file.path() << ": " << error;
-    ++count;
-  }
-  EXPECT_GE(count, 3);
-}
-
-// The answers no end-to-end test would notice going wrong: the tool reads the healthy agent's
-// status, scans, update start, feature edits, assessment, removal and removal of itself there,
-// and its Kivoro identity is also the configuration file's, so a wrong one would not show.
-TEST(NamedScenarioTest, HealthyAnswersTheRequestsLeftToItWithSuccess) {
-  Scenario healthy;
-  std::string error;
-  ASSERT_TRUE(Scenario::Parse(ReadScenarioFile("healthy.json"), &healthy, &error)) << error;
-  const char* const requests[] = {
-      R"({"type": "oxsdk","data": {"Update": [{"@name": "GetUpdateSettings","input": {"user": ""}}]}})",
-      R"({"type":"oxsdk","data" : {"ar.Product.Configuration": [{"@name":"GetKivoroIdentity","input":{}}]}})"};
-  for (const char* request : requests) {
-    const Plan plan = MakePlan(healthy, request, "id-1", kNow);
-    ASSERT_EQ(plan.run_result, 0) << request;
-    ASSERT_EQ(plan.deliveries.size(), 1u) << request;  // the reply, no event
-    rapidjson::Document document;
-    document.Parse(plan.deliveries[0].text);
-    ASSERT_TRUE(document.IsObject()) << request;
-    const auto& element = document["response"]["data"].MemberBegin()->value[0];
-    EXPECT_EQ(element["error"].GetInt(), 0) << request;  // not the unknown-method default
-    EXPECT_TRUE(element["output"].IsObject()) << request;
-  }
 }
 
 }  // namespace
