@@ -13,7 +13,7 @@ TEST(SdkReplyTest, ErrorAndOutputOfElementZero) {
     const wchar_t* method;
     uint32_t result;
     int64_t endpointSdkError;
-    const char* outputMember;  // present in the copied output, or null
+    const char* outputMember;    // present in the copied output, or null
     const char* line = nullptr;  // the failure's own log line, pinned once per line
   } cases[] = {
       {R"({"response":{"data":{"Product":[{"error":0,"output":{}}]}}})", L"Product.GetStatus", 0, 0,

@@ -45,9 +45,12 @@ TEST(ModuleSignatureTest, EachStepDecidesItsOwnResult) {
   } cases[] = {
       {"valid", [](FakeTrust&) {}, 0, true, 1},
       {"timestamp after another counter-signer",
-       [](FakeTrust& t) { t.counterSignersTimestamp = {false, true}; }, 0, true, 1},
-      {"untrusted", [](FakeTrust& t) { t.verify = static_cast<int32_t>(0x800B0109); },
-       0x800B0109, false, 0},
+       [](FakeTrust& t) {
+         t.counterSignersTimestamp = {false, true};
+       },
+       0, true, 1},
+      {"untrusted", [](FakeTrust& t) { t.verify = static_cast<int32_t>(0x800B0109); }, 0x800B0109,
+       false, 0},
       {"no provider data",
        [](FakeTrust& t) { t.providerData = false, t.lastError = 87, t.closeError = 6; }, 6, false,
        1},
@@ -55,19 +58,21 @@ TEST(ModuleSignatureTest, EachStepDecidesItsOwnResult) {
        [](FakeTrust& t) { t.primarySigner = false, t.closeError = 0; }, 0, false, 1},
       {"no counter-signers", [](FakeTrust& t) { t.counterSignersTimestamp = {}; }, 5007, false, 1},
       {"no timestamp counter-signer",
-       [](FakeTrust& t) { t.counterSignersTimestamp = {false, false}; }, 4316, false, 1},
-      {"no signing certificate",
-       [](FakeTrust& t) { t.certificate = false, t.closeError = 1359; }, 1359, false, 1},
+       [](FakeTrust& t) {
+         t.counterSignersTimestamp = {false, false};
+       },
+       4316, false, 1},
+      {"no signing certificate", [](FakeTrust& t) { t.certificate = false, t.closeError = 1359; },
+       1359, false, 1},
       {"other letter case",
-       [](FakeTrust& t) { t.commonName = std::wstring(L"ARVANTIS SRL") + L'\0'; }, 1168, false,
-       1},
+       [](FakeTrust& t) { t.commonName = std::wstring(L"ARVANTIS SRL") + L'\0'; }, 1168, false, 1},
       {"name is a prefix", [](FakeTrust& t) { t.commonName = L"Arvantis"; }, 1168, false, 1},
       {"no name", [](FakeTrust& t) { t.commonName = L""; }, 1168, false, 1},
-      {"name without its terminator", [](FakeTrust& t) { t.commonName = L"Arvantis SRL"; }, 0,
-       true, 1},
+      {"name without its terminator", [](FakeTrust& t) { t.commonName = L"Arvantis SRL"; }, 0, true,
+       1},
       {"null inside the name",
-       [](FakeTrust& t) { t.commonName = std::wstring(L"Arvantis SRL\0 Ltd", 17) + L'\0'; },
-       1168, false, 1},
+       [](FakeTrust& t) { t.commonName = std::wstring(L"Arvantis SRL\0 Ltd", 17) + L'\0'; }, 1168,
+       false, 1},
   };
   for (const auto& c : cases) {
     FakeTrust trust;

@@ -62,10 +62,10 @@ constexpr int64_t kNow = 1800000000;
 
 std::string Location(const char* status, int64_t updateAge, int64_t checkTime = 1,
                      int updateError = 0) {
-  return std::string(R"({"updateAvailable":{"status":")") + status +
-         R"("},"update":{"error":)" + std::to_string(updateError) +
-         R"(,"lastSucceededTime":)" + std::to_string(kNow - updateAge) +
-         R"(},"check":{"error":0,"lastSucceededTime":)" + std::to_string(checkTime) + "}}";
+  return std::string(R"({"updateAvailable":{"status":")") + status + R"("},"update":{"error":)" +
+         std::to_string(updateError) + R"(,"lastSucceededTime":)" +
+         std::to_string(kNow - updateAge) + R"(},"check":{"error":0,"lastSucceededTime":)" +
+         std::to_string(checkTime) + "}}";
 }
 
 std::string Schedule(const char* days, const char* enabled = "true") {
@@ -88,8 +88,7 @@ TEST(UpdateHealthTest, UpToDateRules) {
       {"unknown status leaves the flag", R"("A":)" + Location("maybe", 0), "", 0, 0},
       {"two-day rule, just inside", R"("A":)" + Location("n/a", 2 * kDay), "", 0, 1},
       {"two-day rule, one second over", R"("A":)" + Location("n/a", 2 * kDay + 1), "", 0, 0},
-      {"check time 0 never fails a time rule", R"("A":)" + Location("n/a", 30 * kDay, 0), "", 0,
-       1},
+      {"check time 0 never fails a time rule", R"("A":)" + Location("n/a", 30 * kDay, 0), "", 0, 1},
       {"update error", R"("A":)" + Location("n/a", 0, 1, 4), "", 0, 0},
       {"last verdict wins", R"("A":)" + Location("n/a", 3 * kDay) + R"(,"B":)" + Location("no", 0),
        "", 0, 1},
@@ -99,20 +98,18 @@ TEST(UpdateHealthTest, UpToDateRules) {
        Schedule(R"(["th","mo"])"), 0, 0},
       {"one day a week allows seven", R"("Antivirus":)" + Location("n/a", 7 * kDay),
        Schedule(R"(["we"])"), 0, 1},
-      {"empty days allow two", R"("Antivirus":)" + Location("n/a", 2 * kDay + 1),
-       Schedule("[]"), 0, 0},
+      {"empty days allow two", R"("Antivirus":)" + Location("n/a", 2 * kDay + 1), Schedule("[]"), 0,
+       0},
       {"disabled schedule uses two days", R"("Antivirus":)" + Location("n/a", 3 * kDay),
        Schedule(R"(["mo"])", "false"), 0, 0},
       {"null days use two days", R"("Antivirus":)" + Location("n/a", 2 * kDay + 1),
        Schedule("null"), 0, 0},
       {"other locations use two days", R"("Product":)" + Location("n/a", 3 * kDay),
        Schedule(R"(["mo"])"), 0, 0},
-      {"capitalised day word", R"("Antivirus":)" + Location("n/a", 0), Schedule(R"(["Mo"])"), 3,
+      {"capitalised day word", R"("Antivirus":)" + Location("n/a", 0), Schedule(R"(["Mo"])"), 3, 0},
+      {"days of the wrong type", R"("Antivirus":)" + Location("n/a", 0), Schedule(R"("mo")"), 3, 0},
+      {"settings without schedule", R"("Antivirus":)" + Location("n/a", 0), R"({"settings":{}})", 3,
        0},
-      {"days of the wrong type", R"("Antivirus":)" + Location("n/a", 0), Schedule(R"("mo")"), 3,
-       0},
-      {"settings without schedule", R"("Antivirus":)" + Location("n/a", 0), R"({"settings":{}})",
-       3, 0},
       {"no updateAvailable", R"("A":{"update":{}})", "", 3, 0},
       {"status not a string", R"("A":{"updateAvailable":{"status":1}})", "", 3, 0},
       {"n/a without check", R"("A":{"updateAvailable":{"status":"n/a"},"update":{"error":0}})", "",
@@ -124,9 +121,9 @@ TEST(UpdateHealthTest, UpToDateRules) {
     rapidjson::Document settings;
     if (!c.settings.empty()) settings = Parse(c.settings);
     uint32_t upToDate = 0;
-    EXPECT_EQ(DecideUpToDate(status, c.settings.empty() ? nullptr : &settings, kNow, upToDate,
-                             nullptr),
-              c.result)
+    EXPECT_EQ(
+        DecideUpToDate(status, c.settings.empty() ? nullptr : &settings, kNow, upToDate, nullptr),
+        c.result)
         << c.name;
     if (c.result == 0) {  // a failure prints nothing, so its flag does not matter
       EXPECT_EQ(upToDate, c.upToDate) << c.name;
