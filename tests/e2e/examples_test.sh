@@ -55,6 +55,7 @@ healthy|scan.cmd|quick 5000|0|OK: the quick scan started
 restart-pending|monitor.cmd||1|WARNING: the TARN agent waits for a restart
 outdated|monitor.cmd||1|WARNING: the TARN agent is not up to date
 critical-issues|monitor.cmd||2|CRITICAL: critical issues: ProtectionDisabled|LicenseExpired
+sdk-unavailable|monitor.cmd||3|UNKNOWN: tarn-rmm.exe -hascriticalissues failed with exit code 775
 scan-failed|scan.cmd|full|1|FAILED: the agent reported that the full scan failed to start
 unresponsive|monitor.cmd||3|UNKNOWN: the TARN agent did not answer -hascriticalissues in time (exit code 1460)
 unresponsive|scan.cmd|quick 5000|3|UNKNOWN: no word from the agent about the quick scan within the wait
